@@ -1,0 +1,54 @@
+#include <cassert>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <string>
+
+#include "OrvaneCore/DebugPlatform.h"
+
+namespace Orvane::DebugPlatform {
+
+bool isDebuggerAttached() {
+    std::ifstream status("/proc/self/status");
+    const std::string label = "TracerPid:";
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(label))
+            return std::atoi(line.c_str() + label.size()) != 0;
+    }
+    return false;
+}
+
+void beep() {
+    std::fputc('\a', stderr);
+}
+
+void runtimeAssertReport(const char* expression, const char* file, unsigned line) {
+    __assert_fail(expression, file, line, "reportAssert");
+}
+
+void writeToDebugger(const String& text) {
+    std::fputs(toAnsi(text).c_str(), stderr);
+}
+
+Debug::AssertChoice askUser(const String& text) {
+    using Debug::AssertChoice;
+    std::cerr << toAnsi(text)
+              << "\n(c)ontinue, (i)gnore here, (e)xit, c(r)ash, ignore (a)ll? " << std::flush;
+    std::string answer;
+    std::getline(std::cin, answer);
+    switch (answer.empty() ? 'c' : answer.front()) {
+        case 'i':
+            return AssertChoice::IgnoreSite;
+        case 'e':
+            return AssertChoice::Exit;
+        case 'r':
+            return AssertChoice::Crash;
+        case 'a':
+            return AssertChoice::IgnoreAll;
+        default:
+            return AssertChoice::Continue;
+    }
+}
+
+}  // namespace Orvane::DebugPlatform

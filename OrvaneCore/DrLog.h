@@ -1,0 +1,64 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <utility>
+
+#include "OrvaneCore/LogFile.h"
+#include "OrvaneCore/String.h"
+
+namespace Orvane {
+
+/// Somebody who shows the log. Called by DrLog::flush only, on its thread.
+class LogView {
+  public:
+    virtual ~LogView() = default;
+    virtual void append(const String& batch) = 0;
+};
+
+/// The program's one log. Lines are stamped and collected by any thread and written in batches by
+/// one, so that workers never wait for a window, a disk or a terminal line by line.
+class DrLog {
+  public:
+    /// How often the owner's thread is to call flush().
+    static constexpr int flushPeriodMs = 500;
+
+    DrLog() = default;
+    DrLog(const DrLog&) = delete;
+    DrLog& operator=(const DrLog&) = delete;
+
+    /// Appends one line: time stamp, three blanks, the text up to its first zero, line feed. Any
+    /// thread. Throws only for lack of memory.
+    void log(const String& text);
+
+    /// Opens DrLog.txt at `path` for appending. Throws the file exception. Owner's thread.
+    void openFile(const String& path);
+
+    /// Writes what is pending to the view, the file and standard output, in this order, then calls
+    /// the close handler if closing was requested. Owner's thread.
+    void flush();
+
+    /// Asks for the program to close at the next flush. Any thread.
+    void requestClose() { closeRequested = true; }
+    /// Closes the program at once, for failures that leave nothing to run. Owner's thread.
+    void closeNow();
+
+    /// Both are set by the owner before other threads log and are called on its thread, without any
+    /// lock held. The view is not owned and may be null.
+    void setView(LogView* newView) { view = newView; }
+    void setCloseHandler(std::function<void()> handler) { closeHandler = std::move(handler); }
+
+  private:
+    void writeBatch();
+
+    LogView* view = nullptr;
+    std::function<void()> closeHandler;
+    LogFile logFile;
+    std::atomic<bool> closeRequested = false;
+
+    std::recursive_mutex logLock;  // a view may log while it shows a batch
+    String pendingText;  // guarded by logLock
+};
+
+}  // namespace Orvane

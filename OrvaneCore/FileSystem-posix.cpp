@@ -1,0 +1,130 @@
+#include "OrvaneCore/FileSystem.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+namespace Orvane::FileSystem {
+
+std::FILE* openFile(const String& path, const char* mode, Sharing /*advisory here*/) {
+    // "e" is close-on-exec: the host must not inherit the server's files.
+    return std::fopen(toAnsi(path).c_str(), (std::string(mode) + 'e').c_str());
+}
+
+bool isBeingWritten(std::FILE* stream) {
+#ifdef F_SETLEASE
+    const int descriptor = fileno(stream);
+    // A read lease is refused while a writer has the file open. Should a writer come between taking
+    // and returning it, the kernel says so by a signal that nobody minds.
+    fcntl(descriptor, F_SETSIG, SIGURG);
+    if (fcntl(descriptor, F_SETLEASE, F_RDLCK) == 0) {
+        fcntl(descriptor, F_SETLEASE, F_UNLCK);
+        return false;
+    }
+    // Other errors (a file of another user, a network file system) tell nothing.
+    return errno == EAGAIN;
+#else
+    (void)stream;
+    return false;
+#endif
+}
+
+namespace {
+
+std::optional<struct stat> status(const String& path) {
+    struct stat found {};
+    if (stat(toAnsi(path).c_str(), &found) != 0)
+        return std::nullopt;
+    return found;
+}
+
+}  // namespace
+
+std::int64_t fileSize(const String& path) {
+    const auto found = status(path);
+    return found ? static_cast<std::int64_t>(found->st_size) : -1;
+}
+
+std::optional<std::uint64_t> freeSpace(const String& folder) {
+    struct statvfs found {};
+    if (statvfs(toAnsi(folder).c_str(), &found) != 0)
+        return std::nullopt;
+    return static_cast<std::uint64_t>(found.f_bavail) * found.f_frsize;
+}
+
+bool isRegularFile(const String& path) {
+    const auto found = status(path);
+    return found && S_ISREG(found->st_mode);
+}
+
+bool isFolder(const String& path) {
+    const auto found = status(path);
+    return found && S_ISDIR(found->st_mode);
+}
+
+bool deleteFile(const String& path) {
+    return unlink(toAnsi(path).c_str()) == 0;
+}
+
+bool copyFile(const String& from, const String& to) {
+    std::error_code error;
+    return std::filesystem::copy_file(toAnsi(from), toAnsi(to),
+                                      std::filesystem::copy_options::overwrite_existing, error);
+}
+
+bool makeFolder(const String& path) {
+    return mkdir(toAnsi(path).c_str(), 0777) == 0;
+}
+
+String workingDirectory() {
+    std::array<char, 10240> buffer{};
+    return getcwd(buffer.data(), buffer.size()) == nullptr ? String() : String(buffer.data());
+}
+
+struct Listing::Native {
+    DIR* stream = nullptr;
+    std::string prefix;
+};
+
+Listing::Listing(const String& folder, const String& prefix) : native(new Native) {
+    native->stream = opendir(toAnsi(folder).c_str());
+    native->prefix = toAnsi(prefix);
+}
+
+Listing::~Listing() {
+    if (native->stream != nullptr)
+        closedir(native->stream);
+}
+
+namespace {
+
+bool isFolderEntry(DIR* stream, const dirent& entry) {
+    if (entry.d_type != DT_UNKNOWN && entry.d_type != DT_LNK)
+        return entry.d_type == DT_DIR;
+    struct stat found {};
+    return fstatat(dirfd(stream), entry.d_name, &found, 0) == 0 && S_ISDIR(found.st_mode);
+}
+
+}  // namespace
+
+std::optional<Listing::Entry> Listing::next() {
+    if (native->stream == nullptr)
+        return std::nullopt;
+    while (const dirent* entry = readdir(native->stream)) {
+        const std::string_view name = entry->d_name;
+        if (name.starts_with(native->prefix))
+            return Entry{toWide(name), isFolderEntry(native->stream, *entry)};
+    }
+    return std::nullopt;
+}
+
+}  // namespace Orvane::FileSystem

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+#include "OrvaneCore/String.h"
+
+/// Files and folders by wide path. On Linux a path travels in its 8-bit form, which every path on
+/// disk survives. Nothing here throws but for lack of memory. All may be called from any thread.
+namespace Orvane::FileSystem {
+
+/// What others may do with a file while it is open. Enforced on Windows only.
+enum class Sharing { All, DenyWriters, DenyAll };
+
+/// Opens with a stdio mode ("rb", "a+", ...; without "b" it is text mode). Never inherited by child
+/// processes. Null on failure; the caller closes the stream.
+std::FILE* openFile(const String& path, const char* mode, Sharing sharing);
+/// Whether somebody has the file behind this read-only stream open for writing, where the platform
+/// can tell. A platform whose sharing rules refuse such an open answers false.
+bool isBeingWritten(std::FILE* stream);
+
+/// Bytes, or -1 when it cannot be had.
+std::int64_t fileSize(const String& path);
+/// Bytes that this user may still write in the folder; nothing when it cannot be had.
+std::optional<std::uint64_t> freeSpace(const String& folder);
+bool isRegularFile(const String& path);
+bool isFolder(const String& path);
+
+bool deleteFile(const String& path);
+/// Replaces an existing target.
+bool copyFile(const String& from, const String& to);
+/// Makes the last level only.
+bool makeFolder(const String& path);
+/// The process's current folder, without a trailing separator.
+String workingDirectory();
+
+/// The entries of a folder whose names begin with a prefix, in the platform's order.
+class Listing {
+  public:
+    Listing(const String& folder, const String& prefix);
+    ~Listing();
+    Listing(const Listing&) = delete;
+    Listing& operator=(const Listing&) = delete;
+
+    struct Entry {
+        String name;
+        bool isFolder = false;
+    };
+    /// The next entry; nothing at the end, or when there is no such folder.
+    std::optional<Entry> next();
+
+  private:
+    struct Native;
+    std::unique_ptr<Native> native;
+};
+
+}  // namespace Orvane::FileSystem

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdio>
+#include <memory>
+
+#include "OrvaneCore/String.h"
+
+namespace Orvane {
+
+/// The core's text-file writer. Text mode: a line feed becomes CR LF on Windows. One thread at a
+/// time.
+class LogFile {
+  public:
+    LogFile() = default;
+    ~LogFile() { close(); }
+    LogFile(const LogFile&) = delete;
+    LogFile& operator=(const LogFile&) = delete;
+
+    /// Appends to the file or replaces it; `share` lets others read and write it meanwhile, otherwise
+    /// they may do neither. Throws the file exception on failure.
+    void open(const String& newPath, bool append, bool share);
+    /// Writes the 8-bit form and hands it to the system at once. Failures are not reported: there
+    /// would be no better place to report them.
+    void write(const String& text);
+    void close();
+
+    bool isOpen() const { return stream != nullptr; }
+
+  private:
+    std::FILE* stream = nullptr;
+    String path;
+};
+
+}  // namespace Orvane

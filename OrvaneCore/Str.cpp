@@ -1,0 +1,113 @@
+#include "OrvaneCore/Str.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <locale>
+#include <sstream>
+
+namespace Orvane::Str {
+
+const std::string base64Alphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+namespace {
+
+constexpr std::u16string_view whitespace = u"\n\t\v\f\r ";
+
+/// Groups of three digits without limit; "," and "." are the facet's own defaults.
+class CommaFacet : public std::numpunct<char> {
+  protected:
+    std::string do_grouping() const override { return "\3"; }
+};
+
+const std::locale& formattingLocale() {
+    static const std::locale grouped(std::locale::classic(), new CommaFacet);
+    return grouped;
+}
+
+std::int32_t indexOrNotFound(std::size_t index) {
+    return index == std::u16string_view::npos ? String::notFound : static_cast<std::int32_t>(index);
+}
+
+}  // namespace
+
+String getFormatted(std::uint64_t number) {
+    constexpr std::uint64_t exactBelow = 100000000;
+    constexpr std::uint64_t million = 1000000;
+    const bool inMillions = number >= exactBelow;
+    // The stream is the costly part, so each thread keeps one.
+    thread_local std::ostringstream stream = [] {
+        std::ostringstream made;
+        made.imbue(formattingLocale());
+        return made;
+    }();
+    stream.str({});
+    stream << (inMillions ? number / million : number) << (inMillions ? " M" : "");
+    return String(stream.str());
+}
+
+String toWString(std::int32_t number) {
+    return String(std::to_string(number));
+}
+
+String toWString(std::uint16_t number) {
+    return String(std::to_string(number));
+}
+
+std::int32_t firstNonWhitespace(const String& text) {
+    return indexOrNotFound(text.view().find_first_not_of(whitespace));
+}
+
+std::int32_t lastNonWhitespace(const String& text) {
+    return indexOrNotFound(text.view().find_last_not_of(whitespace));
+}
+
+void trimWhitespace(String& text) {
+    const std::int32_t first = firstNonWhitespace(text);
+    if (first == String::notFound) {
+        text.truncate(0);
+        return;
+    }
+    const auto start = static_cast<std::size_t>(first);
+    const auto end = static_cast<std::size_t>(lastNonWhitespace(text)) + 1;
+    text = String(text.view().substr(start, end - start));
+}
+
+bool startsWith(const String& text, std::u16string_view beginning) {
+    return text.view().starts_with(beginning);
+}
+
+bool endsWith(const String& text, std::u16string_view ending) {
+    return text.view().ends_with(ending);
+}
+
+void toLower(String& text) {
+    std::u16string lower(text.view());
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](char16_t unit) {
+        return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit - u'A' + u'a') : unit;
+    });
+    text = String(lower);
+}
+
+void replaceAll(String& text, std::u16string_view what, std::u16string_view with) {
+    if (what.empty())
+        return;
+    String result;
+    std::u16string_view rest = text.view();
+    for (std::size_t at = rest.find(what); at != rest.npos; at = rest.find(what)) {
+        result.append(rest.substr(0, at)).append(with);
+        rest.remove_prefix(at + what.size());
+    }
+    result.append(rest);
+    text.swap(result);
+}
+
+std::int32_t leadingInteger(const std::string& ansi) {
+    std::istringstream stream(ansi);
+    stream.imbue(std::locale::classic());
+    std::int32_t number = 0;
+    stream >> number;
+    return number;
+}
+
+}  // namespace Orvane::Str

@@ -1,0 +1,28 @@
+#include <windows.h>
+
+#include "OrvaneCore/TextConversion.h"
+
+namespace Orvane::TextConversion {
+
+std::int64_t ansiToWide(std::string_view ansi, char16_t* out) {
+    if (ansi.empty())
+        return 0;
+    const int bytes = static_cast<int>(ansi.size());
+    const int units = MultiByteToWideChar(CP_ACP, 0, ansi.data(), bytes, nullptr, 0);
+    return out == nullptr ? units
+                          : MultiByteToWideChar(CP_ACP, 0, ansi.data(), bytes,
+                                                reinterpret_cast<wchar_t*>(out), units);
+}
+
+std::int64_t wideToAnsi(std::u16string_view wide, char* out) {
+    if (wide.empty())
+        return 0;
+    const auto* text = reinterpret_cast<const wchar_t*>(wide.data());
+    const int units = static_cast<int>(wide.size());
+    const int bytes = WideCharToMultiByte(CP_ACP, 0, text, units, nullptr, 0, nullptr, nullptr);
+    return out == nullptr
+               ? bytes
+               : WideCharToMultiByte(CP_ACP, 0, text, units, out, bytes, nullptr, nullptr);
+}
+
+}  // namespace Orvane::TextConversion

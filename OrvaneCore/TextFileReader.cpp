@@ -1,0 +1,37 @@
+#include "OrvaneCore/TextFileReader.h"
+
+#include "OrvaneCore/Exception.h"
+#include "OrvaneCore/FileSystem.h"
+#include "OrvaneCore/Str.h"
+
+namespace Orvane {
+
+void TextFileReader::open(const String& path) {
+    close();
+    stream = FileSystem::openFile(path, "r", FileSystem::Sharing::DenyWriters);
+    if (stream == nullptr)
+        throw fileException(path);
+}
+
+void TextFileReader::readLine(String& line) {
+    line.truncate(0);
+    while (std::fgets(chunk.data(), static_cast<int>(chunk.size()), stream) != nullptr) {
+        line.appendNarrow(chunk.data());
+        if (Str::endsWith(line, u"\n")) {
+            line.truncate(line.length() - 1);
+            return;
+        }
+    }
+}
+
+bool TextFileReader::atEnd() const {
+    return std::feof(stream) != 0 || std::ferror(stream) != 0;
+}
+
+void TextFileReader::close() {
+    if (stream != nullptr)
+        std::fclose(stream);
+    stream = nullptr;
+}
+
+}  // namespace Orvane

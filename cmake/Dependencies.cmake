@@ -1,0 +1,15 @@
+# What is installed and called: the toolkit (its base and network libraries everywhere, its window
+# library for the desktop program only) and RapidXml, which is headers alone.
+find_package(Threads REQUIRED)
+
+find_package(wxWidgets 3.0 REQUIRED COMPONENTS net base)
+add_library(toolkit_net INTERFACE)
+separate_arguments(wxWidgets_CXX_FLAGS)
+target_compile_definitions(toolkit_net INTERFACE ${wxWidgets_DEFINITIONS})
+target_include_directories(toolkit_net SYSTEM INTERFACE ${wxWidgets_INCLUDE_DIRS})
+target_compile_options(toolkit_net INTERFACE ${wxWidgets_CXX_FLAGS})
+target_link_libraries(toolkit_net INTERFACE ${wxWidgets_LIBRARIES})
+
+find_path(RAPIDXML_INCLUDE_DIR rapidxml/rapidxml_print.hpp REQUIRED)
+add_library(rapidxml INTERFACE)
+target_include_directories(rapidxml SYSTEM INTERFACE ${RAPIDXML_INCLUDE_DIR})

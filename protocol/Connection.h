@@ -1,0 +1,64 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+
+#include "OrvaneCore/String.h"
+#include "protocol/NativeSocket.h"
+
+class wxSocketBase;
+
+namespace Orvane {
+
+/// One TCP stream whose reads and writes move all bytes or give up at a time-out. Used by one thread
+/// at a time. The toolkit's socket layer must have been initialised on the main thread.
+class Connection {
+  public:
+    /// Takes ownership of a connected toolkit socket.
+    explicit Connection(wxSocketBase* connected);
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    /// Connects to a name or dotted address within `timeoutSeconds`; null when that fails. Main
+    /// thread of a console program only.
+    static std::unique_ptr<Connection> connect(const String& host, unsigned short port,
+                                               int timeoutSeconds);
+
+    /// False once this side closed it, or a read or write met the peer's end or an error.
+    bool isAlive() const { return socket != nullptr && open; }
+
+    /// Seconds that each following read or write may take in all.
+    void setTimeout(int seconds) { timeoutSeconds = seconds; }
+
+    /// Both answer how many bytes moved; fewer than asked for after the time-out, the peer's end or
+    /// an error. Only the latter two end the connection.
+    std::size_t read(void* buffer, std::size_t size);
+    std::size_t write(const void* bytes, std::size_t size);
+
+    /// Waits up to `longest` for input and shows it without taking it; 0 when there is none.
+    std::size_t peek(void* buffer, std::size_t size, std::chrono::milliseconds longest);
+    /// Throws away what has arrived, so that an end behind it is noticed.
+    void discardInput();
+
+    /// Closes at once; unread input then resets the connection.
+    void close();
+    /// Ends the sending direction, reads away what still comes until the peer closes or `longest` is
+    /// over, then closes: what was sent last reaches the peer.
+    void closeAfterDelivery(std::chrono::milliseconds longest);
+
+    /// The peer's dotted address.
+    const String& peerAddress() const { return peer; }
+    NativeSocket::Handle handle() const;
+
+  private:
+    bool endedBy(const NativeSocket::Transfer& transfer);
+
+    wxSocketBase* socket;  // owned
+    bool open = true;
+    int timeoutSeconds = 5;
+    String peer;
+};
+
+}  // namespace Orvane

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#include "OrvaneCore/String.h"
+#include "protocol/Connection.h"
+
+namespace Orvane {
+
+/// A file on a stream is its size (8 bytes, signed, little-endian) and its bytes, moved in chunks.
+constexpr std::size_t fileChunkBytes = 0x10000;
+constexpr int fileSendTimeoutSeconds = 60;
+constexpr int fileReceiveTimeoutSeconds = 45;
+
+/// A file opened for sending; refuses one that somebody is still writing, where the platform can
+/// tell. Throws the file exception on a failed open or a short read.
+class InputFile {
+  public:
+    explicit InputFile(const String& filePath);
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    void read(void* buffer, std::size_t size);
+    const String& path() const { return name; }
+    std::int64_t bytesMoved() const { return moved; }
+
+  private:
+    String name;
+    std::FILE* stream;
+    std::int64_t moved = 0;
+};
+
+/// A file being received; replaces an existing one. Throws the file exception on a failed open or a
+/// short write.
+class OutputFile {
+  public:
+    explicit OutputFile(const String& filePath);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    void write(const void* bytes, std::size_t size);
+    /// Closes and throws if the last bytes did not reach the file.
+    void finish();
+    std::int64_t bytesMoved() const { return moved; }
+
+  private:
+    String name;
+    std::FILE* stream;
+    std::int64_t moved = 0;
+};
+
+/// Called after each chunk with the bytes moved so far and the size announced.
+using TransferProgress = void (*)(void* argument, std::int64_t moved, std::int64_t size);
+
+/// All answer 0 for success and 1 for a failed connection, and throw the file exception when the
+/// file itself fails.
+int sendFile(Connection& connection, const String& path);
+int sendFile(Connection& connection, InputFile& file, TransferProgress progress = nullptr,
+             void* argument = nullptr);
+/// A failed transfer leaves the partial file. A size beyond the free space of the file's folder is a
+/// failure of the file, found before anything is written.
+int receiveFile(Connection& connection, const String& path, TransferProgress progress = nullptr,
+                void* argument = nullptr);
+
+}  // namespace Orvane
