@@ -13,10 +13,12 @@ extern char** environ;
 
 namespace Orvane {
 
+const std::u16string_view specialWithinQuotes = u"\"`$\\";
+
 namespace {
 
-/// What the child starts with: no descriptor but the standard ones, and signals as a program expects
-/// them, because the server itself blocks the stop signals and ignores SIGPIPE.
+/// What the child starts with: no descriptor but the standard ones, and signals as a program
+/// expects them, because the server itself blocks the stop signals and ignores SIGPIPE.
 class SpawnSettings {
   public:
     SpawnSettings() {

@@ -22,8 +22,8 @@ namespace {
 using Site = std::pair<int, std::string>;  // compared by line first
 
 std::recursive_mutex assertLock;
-bool ignoreAllAsserts = false;      // guarded by assertLock, as is all below
-std::map<Site, bool> assertSites;   // true: ignored
+bool ignoreAllAsserts = false;     // guarded by assertLock, as is all below
+std::map<Site, bool> assertSites;  // true: ignored
 String assertText;
 AssertDialog assertDialog = nullptr;
 

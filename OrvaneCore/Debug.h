@@ -18,8 +18,8 @@ using AssertDialog = AssertChoice (*)(const String& text);
 /// assertion report, which may end the process. Set before other threads report.
 void setAssertDialog(AssertDialog dialog);
 
-/// True when a debugger should stop at this site. The caller's thread keeps the facility's lock, one
-/// level more with each call: a second failing thread waits while the first is being looked at.
+/// True when a debugger should stop at this site. The caller's thread keeps the facility's lock,
+/// one level more with each call: a second failing thread waits while the first is being looked at.
 bool shouldBreak(const char* file, int line);
 
 /// Reports a failed assertion unless its site, or everything, is ignored.

@@ -33,8 +33,8 @@ void writeToDebugger(const String& text) {
 
 Debug::AssertChoice askUser(const String& text) {
     using Debug::AssertChoice;
-    std::cerr << toAnsi(text)
-              << "\n(c)ontinue, (i)gnore here, (e)xit, c(r)ash, ignore (a)ll? " << std::flush;
+    std::cerr << toAnsi(text) << "\n(c)ontinue, (i)gnore here, (e)xit, c(r)ash, ignore (a)ll? "
+              << std::flush;
     std::string answer;
     std::getline(std::cin, answer);
     switch (answer.empty() ? 'c' : answer.front()) {

@@ -58,7 +58,7 @@ class DrLog {
     std::atomic<bool> closeRequested = false;
 
     std::recursive_mutex logLock;  // a view may log while it shows a batch
-    String pendingText;  // guarded by logLock
+    String pendingText;            // guarded by logLock
 };
 
 }  // namespace Orvane

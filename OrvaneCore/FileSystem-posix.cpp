@@ -20,22 +20,17 @@ std::FILE* openFile(const String& path, const char* mode, Sharing /*advisory her
     return std::fopen(toAnsi(path).c_str(), (std::string(mode) + 'e').c_str());
 }
 
-bool isBeingWritten(std::FILE* stream) {
-#ifdef F_SETLEASE
-    const int descriptor = fileno(stream);
-    // A read lease is refused while a writer has the file open. Should a writer come between taking
-    // and returning it, the kernel says so by a signal that nobody minds.
-    fcntl(descriptor, F_SETSIG, SIGURG);
-    if (fcntl(descriptor, F_SETLEASE, F_RDLCK) == 0) {
-        fcntl(descriptor, F_SETLEASE, F_UNLCK);
+bool isBeingWritten(const String& path) {
+    const int descriptor = open(toAnsi(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0)
         return false;
-    }
-    // Other errors (a file of another user, a network file system) tell nothing.
-    return errno == EAGAIN;
-#else
-    (void)stream;
-    return false;
-#endif
+    // A read lease is refused while a writer has the file open. Should a writer come between taking
+    // and returning it, the kernel says so by a signal that nobody minds. Other errors (a file of
+    // another user, a network file system) tell nothing.
+    fcntl(descriptor, F_SETSIG, SIGURG);
+    const bool refused = fcntl(descriptor, F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN;
+    close(descriptor);  // returns the lease
+    return refused;
 }
 
 namespace {

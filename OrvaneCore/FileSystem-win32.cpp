@@ -37,11 +37,17 @@ DWORD attributes(const String& path) {
 
 std::FILE* openFile(const String& path, const char* mode, Sharing sharing) {
     // "N" is "not inherited": the host must not get the server's files.
-    const std::wstring wideMode = std::wstring(mode, mode + std::char_traits<char>::length(mode)) + L"N";
+    const std::wstring wideMode =
+        std::wstring(mode, mode + std::char_traits<char>::length(mode)) + L"N";
     return _wfsopen(native(path), wideMode.c_str(), shareFlag(sharing));
 }
 
-bool isBeingWritten(std::FILE* /*sharing already refused such an open*/) {
+bool isBeingWritten(const String& path) {
+    const HANDLE file = CreateFileW(native(path), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return GetLastError() == ERROR_SHARING_VIOLATION;
+    CloseHandle(file);
     return false;
 }
 
@@ -64,8 +70,8 @@ std::optional<std::uint64_t> freeSpace(const String& folder) {
 }
 
 bool isRegularFile(const String& path) {
-    // The 8-bit query of the runtime, not an attribute query: a file that another process holds open
-    // and that is marked for deletion must count as gone only when the runtime says so.
+    // The 8-bit query of the runtime, not an attribute query: a file that another process holds
+    // open and that is marked for deletion must count as gone only when the runtime says so.
     struct _stat64i32 found {};
     return _stat64i32(path.narrow(), &found) == 0 && (found.st_mode & _S_IFREG) != 0;
 }

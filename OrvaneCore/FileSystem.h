@@ -17,9 +17,8 @@ enum class Sharing { All, DenyWriters, DenyAll };
 /// Opens with a stdio mode ("rb", "a+", ...; without "b" it is text mode). Never inherited by child
 /// processes. Null on failure; the caller closes the stream.
 std::FILE* openFile(const String& path, const char* mode, Sharing sharing);
-/// Whether somebody has the file behind this read-only stream open for writing, where the platform
-/// can tell. A platform whose sharing rules refuse such an open answers false.
-bool isBeingWritten(std::FILE* stream);
+/// Whether somebody has the file open for writing, where the platform can tell.
+bool isBeingWritten(const String& path);
 
 /// Bytes, or -1 when it cannot be had.
 std::int64_t fileSize(const String& path);

@@ -16,8 +16,8 @@ class LogFile {
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
 
-    /// Appends to the file or replaces it; `share` lets others read and write it meanwhile, otherwise
-    /// they may do neither. Throws the file exception on failure.
+    /// Appends to the file or replaces it; `share` lets others read and write it meanwhile,
+    /// otherwise they may do neither. Throws the file exception on failure.
     void open(const String& newPath, bool append, bool share);
     /// Writes the 8-bit form and hands it to the system at once. Failures are not reported: there
     /// would be no better place to report them.

@@ -34,9 +34,7 @@ class String : public Object {
     std::int32_t length() const noexcept { return used; }
     bool isEmpty() const noexcept { return used == 0; }
     /// The code units; valid until the next change.
-    std::u16string_view view() const noexcept {
-        return {data, static_cast<std::size_t>(used)};
-    }
+    std::u16string_view view() const noexcept { return {data, static_cast<std::size_t>(used)}; }
     /// The code units with a zero behind them, for C interfaces; valid until the next change.
     const char16_t* terminated() const;
 

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <string_view>
 
-/// The one conversion between wide and 8-bit text, in the platform's ANSI code page. Linux has none:
-/// there it is Windows-1252 with its five unassigned bytes standing for the C1 controls of the same
-/// number, so that every byte, and with it every path on disk, goes through both ways.
+/// The one conversion between wide and 8-bit text, in the platform's ANSI code page. Linux has
+/// none: there it is Windows-1252 with its five unassigned bytes standing for the C1 controls of
+/// the same number, so that every byte, and with it every path on disk, goes through both ways.
 namespace Orvane::TextConversion {
 
 /// Both answer how many units the result has. With `out` null they only measure; otherwise `out`

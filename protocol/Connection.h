@@ -11,8 +11,8 @@ class wxSocketBase;
 
 namespace Orvane {
 
-/// One TCP stream whose reads and writes move all bytes or give up at a time-out. Used by one thread
-/// at a time. The toolkit's socket layer must have been initialised on the main thread.
+/// One TCP stream whose reads and writes move all bytes or give up at a time-out. Used by one
+/// thread at a time. The toolkit's socket layer must have been initialised on the main thread.
 class Connection {
   public:
     /// Takes ownership of a connected toolkit socket.
@@ -44,8 +44,8 @@ class Connection {
 
     /// Closes at once; unread input then resets the connection.
     void close();
-    /// Ends the sending direction, reads away what still comes until the peer closes or `longest` is
-    /// over, then closes: what was sent last reaches the peer.
+    /// Ends the sending direction, reads away what still comes until the peer closes or `longest`
+    /// is over, then closes: what was sent last reaches the peer.
     void closeAfterDelivery(std::chrono::milliseconds longest);
 
     /// The peer's dotted address.

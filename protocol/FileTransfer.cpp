@@ -35,7 +35,7 @@ InputFile::InputFile(const String& filePath)
       stream(FileSystem::openFile(filePath, "rb", FileSystem::Sharing::DenyWriters)) {
     if (stream == nullptr)
         throw fileException(name);
-    if (FileSystem::isBeingWritten(stream)) {
+    if (FileSystem::isBeingWritten(name)) {
         std::fclose(stream);
         throw fileException(name);
     }

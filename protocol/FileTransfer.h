@@ -60,8 +60,8 @@ using TransferProgress = void (*)(void* argument, std::int64_t moved, std::int64
 int sendFile(Connection& connection, const String& path);
 int sendFile(Connection& connection, InputFile& file, TransferProgress progress = nullptr,
              void* argument = nullptr);
-/// A failed transfer leaves the partial file. A size beyond the free space of the file's folder is a
-/// failure of the file, found before anything is written.
+/// A failed transfer leaves the partial file. A size beyond the free space of the file's folder is
+/// a failure of the file, found before anything is written.
 int receiveFile(Connection& connection, const String& path, TransferProgress progress = nullptr,
                 void* argument = nullptr);
 

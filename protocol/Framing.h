@@ -24,8 +24,8 @@ int writeMessage(Connection& connection, const String& text, int timeoutSeconds)
 /// The same under the connection's current time-out.
 int writeMessage(Connection& connection, const String& text);
 
-/// What a message's bytes are on the wire, in a datagram too: the zero included, as many as the wide
-/// text has characters and one more.
+/// What a message's bytes are on the wire, in a datagram too: the zero included, as many as the
+/// wide text has characters and one more.
 std::string wireBytes(const String& text);
 
 }  // namespace Orvane

@@ -88,8 +88,8 @@ int datagramFlags() {
 }
 
 int listenerFlags() {
-    // A listener that closed a connection first could otherwise not be bound again for a minute. Two
-    // listeners still never share a port.
+    // A listener that closed a connection first could otherwise not be bound again for a minute.
+    // Two listeners still never share a port.
     return streamFlags() | wxSOCKET_REUSEADDR;
 }
 

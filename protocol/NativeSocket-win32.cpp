@@ -1,8 +1,8 @@
 #include "protocol/NativeSocket.h"
 
 // winsock2.h must come before anything that includes windows.h.
-#include <winsock2.h>
 #include <mstcpip.h>
+#include <winsock2.h>
 #include <wx/socket.h>
 
 #include <algorithm>

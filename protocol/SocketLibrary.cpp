@@ -1,14 +1,16 @@
 #include "protocol/SocketLibrary.h"
 
+#include <wx/debug.h>
+#include <wx/log.h>
 #include <wx/socket.h>
-
-#include <stdexcept>
 
 namespace Orvane {
 
 SocketLibrary::SocketLibrary() {
-    if (!toolkit.IsOk() || !wxSocketBase::Initialize())
-        throw std::runtime_error("The socket layer cannot be started");
+    // A console program has nobody to answer the toolkit's questions.
+    wxDisableAsserts();
+    wxLog::EnableLogging(false);
+    wxSocketBase::Initialize();
 }
 
 SocketLibrary::~SocketLibrary() {

@@ -4,9 +4,8 @@
 
 namespace Orvane {
 
-/// Readies the toolkit's socket layer for a program without a window, for as long as it lives. One
-/// per program, made on the main thread before the first socket; all sockets are gone before it.
-/// Throws std::runtime_error when the toolkit cannot start.
+/// The toolkit's socket layer for a console program, for the object's lifetime. To be created on
+/// the main thread before any other thread makes a socket.
 class SocketLibrary {
   public:
     SocketLibrary();

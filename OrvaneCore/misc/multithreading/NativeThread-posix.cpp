@@ -47,7 +47,8 @@ void NativeThread::join() {
 }
 
 void NativeThread::setLowPriority(bool low) {
-    // On Linux the nice value belongs to the thread. Going back up may be refused to ordinary users.
+    // On Linux the nice value belongs to the thread. Going back up may be refused to ordinary
+    // users.
     constexpr int lowest = 19;
     setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), low ? lowest : 0);
 }

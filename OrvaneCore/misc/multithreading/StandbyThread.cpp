@@ -51,6 +51,16 @@ void StandbyThread::waitUntilParked() {
     const std::lock_guard<std::recursive_mutex> parked(jobLock);
 }
 
+bool StandbyThread::waitUntilParked(std::chrono::milliseconds longest) {
+    {
+        std::unique_lock<std::mutex> hold(idleLock);
+        if (!idle.wait_for(hold, longest, [this] { return !isBusy(); }))
+            return false;
+    }
+    waitUntilParked();
+    return true;
+}
+
 void StandbyThread::waitForAcknowledgement() const {
     // The other side needs microseconds; yielding keeps a single-core machine moving.
     while (acknowledged.load() == 0)
@@ -109,7 +119,11 @@ void StandbyThread::runJob() {
     }
     job.load()(jobArgument);
     jobArgument = nullptr;
-    job = nullptr;
+    {
+        const std::lock_guard<std::mutex> hold(idleLock);
+        job = nullptr;
+    }
+    idle.notify_all();
 }
 
 String StandbyThread::lastFatalMessage() {

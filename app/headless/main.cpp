@@ -1,0 +1,65 @@
+#include <cstdlib>
+#include <thread>
+
+#include "OrvaneCore/Exception.h"
+#include "app/headless/StopSignal.h"
+#include "protocol/SocketLibrary.h"
+#include "server/Startup.h"
+
+using namespace Orvane;
+
+namespace {
+
+constexpr std::chrono::milliseconds flushPeriod{DrLog::flushPeriodMs};
+
+/// The server until it is told to stop, or cannot go on by itself.
+class HeadlessProgram {
+  public:
+    HeadlessProgram() {
+        log.setCloseHandler([this] { endedByItself = true; });
+    }
+
+    int run() {
+        log.log("DR server started");
+        DrServer server(log);
+        start(server);
+        while (!endedByItself && !stop.wait(flushPeriod))
+            log.flush();
+        const int status = endedByItself ? EXIT_FAILURE : EXIT_SUCCESS;
+        close(server);
+        return status;
+    }
+
+  private:
+    void start(DrServer& server) {
+        try {
+            openLogFile(log, server);
+        } catch (const Exception&) {
+            showFolderNotWritable(server);
+            endedByItself = true;
+            return;
+        }
+        logStartup(log, server);
+    }
+
+    // Workers log until the end, and a host that is waited for may take its time.
+    void close(DrServer& server) {
+        constexpr std::chrono::milliseconds pollPeriod{50};
+        server.requestStop();
+        do {
+            std::this_thread::sleep_for(pollPeriod);
+            log.flush();
+        } while (server.isBusy());
+    }
+
+    StopSignal stop;  // before any thread is started
+    DrLog log;
+    bool endedByItself = false;
+};
+
+}  // namespace
+
+int main() {
+    const SocketLibrary sockets;
+    return HeadlessProgram().run();
+}

@@ -1,0 +1,117 @@
+#include "config/DrConfig.h"
+
+#include "OrvaneCore/Exception.h"
+#include "OrvaneCore/MessageBox.h"
+#include "OrvaneCore/Str.h"
+#include "OrvaneCore/TextFileReader.h"
+
+namespace Orvane {
+
+namespace {
+
+bool isKnownYear(std::int32_t year) {
+    return year >= firstHostYear && year <= lastHostYear;
+}
+
+std::size_t slotOf(std::int32_t year) {
+    return static_cast<std::size_t>(year - firstHostYear);
+}
+
+}  // namespace
+
+const String& DrConfig::hostPath(std::int32_t year) const {
+    static const String none;
+    return isKnownYear(year) ? hostPaths[slotOf(year)] : none;
+}
+
+void DrConfig::detectHosts() {
+    for (std::int32_t year = firstHostYear; year <= lastHostYear; ++year)
+        findHostInstallation(year, hostPaths[slotOf(year)]);
+}
+
+void DrConfig::load(const String& path, DrLog& log) {
+    detectHosts();
+    TextFileReader reader;
+    try {
+        reader.open(path);
+    } catch (const Exception&) {
+        log.log("Cannot read the config file, default one will be created");
+        createDefaultFile(path, log);
+        return;
+    }
+    readFile(reader, log);
+}
+
+void DrConfig::readFile(TextFileReader& reader, DrLog& log) {
+    String line;
+    while (!reader.atEnd()) {
+        reader.readLine(line);
+        Str::trimWhitespace(line);
+        if (line.isEmpty() || Str::startsWith(line, u"#"))
+            continue;
+        if (!takeLine(line)) {
+            log.log("Error in the config file");
+            return;
+        }
+    }
+}
+
+bool DrConfig::takeLine(const String& line) {
+    const std::string text = toAnsi(line);
+    const std::int32_t year = Str::leadingInteger(text);
+    if (isKnownYear(year)) {
+        // By position, however the year was written: four characters are the year.
+        String folder = toWide(std::string_view(text).substr(4));
+        Str::trimWhitespace(folder);
+        hostPaths[slotOf(year)] = folder;
+        return true;
+    }
+    String lower = line;
+    Str::toLower(lower);
+    if (!Str::startsWith(lower, u"retainexr"))
+        return false;
+    // The name in any case, the value in this one only.
+    retainExr = Str::endsWith(line, u"true");
+    return true;
+}
+
+void DrConfig::createDefaultFile(const String& path, DrLog& log) {
+    std::int32_t found = 0;
+    try {
+        found = writeDefaultFile(path);
+    } catch (const Exception& failure) {
+        showMessageBox(errorCaption,
+                       String("Fatal error: Cannot create default config file.\n\nThis probably "
+                              "means that you need to run the application as administrator, or "
+                              "clear some space on HDD.\n\nReason: ") +
+                           failure.getMessage());
+        log.closeNow();
+        return;
+    }
+    if (found > 0)
+        log.log(String("Creating default DrConfig-1.00.txt: found ") + Str::toWString(found) +
+                " 3ds max versions");
+    else
+        log.log(
+            "Warning: no 3ds max versions detected on the machine. You can add them by hand in "
+            "the config.txt file. Example syntax: 2013 C:/Program Files/Autodesk/3ds max 2013");
+}
+
+std::int32_t DrConfig::writeDefaultFile(const String& path) const {
+    LogFile file;
+    file.open(path, false, false);
+    file.write(String("RetainEXR = ") + (retainExr ? "true" : "false") + "\n");
+    file.write(
+        "#Here are 3dsmax versions found on this computer. Uncomment any of the line and change "
+        "the path to override the path to 3dsmax.\n");
+    std::int32_t found = 0;
+    for (std::int32_t year = firstHostYear; year <= lastHostYear; ++year) {
+        if (hostPath(year).isEmpty())
+            continue;
+        file.write(String("#") + Str::toWString(year) + " " + hostPath(year) + "\n");
+        ++found;
+    }
+    return found;
+}
+
+}  // namespace Orvane

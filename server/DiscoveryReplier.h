@@ -1,0 +1,32 @@
+#pragma once
+
+#include <atomic>
+
+#include "OrvaneCore/DrLog.h"
+#include "OrvaneCore/misc/multithreading/StandbyThread.h"
+#include "config/DrConfig.h"
+
+namespace Orvane {
+
+/// Answers discovery pings for the host releases that are configured, on a thread of its own from
+/// construction to destruction. Created and destroyed by the start-up thread.
+class DiscoveryReplier : private StandbyThread {
+  public:
+    /// Both must outlive the replier.
+    DiscoveryReplier(DrLog& target, const DrConfig& settings);
+    ~DiscoveryReplier();
+
+    /// Any thread. The loop ends within one poll.
+    void requestStop() { stopRequested = true; }
+    using StandbyThread::isBusy;
+
+  private:
+    void serve();
+    bool isConfigured(const String& ping) const;
+
+    DrLog& log;
+    const DrConfig& config;
+    std::atomic<bool> stopRequested = false;
+};
+
+}  // namespace Orvane

@@ -1,0 +1,70 @@
+#include "server/DrServer.h"
+
+#include "OrvaneCore/FileSystem.h"
+#include "protocol/Ports.h"
+#include "server/MasterLoop.h"
+#include "server/PortInUse.h"
+#include "server/RenderJob.h"
+#include "server/WorkerStack.h"
+
+namespace Orvane {
+
+DrServer::DrServer(DrLog& target) : log(target) {
+    maxInvoker.setup(workerStackBytes, "MY_MaxInvoker");
+    serverThread.setup(workerStackBytes, "MY_ServerThread");
+    makeDataFolder();
+    config.load(config.dataFolder + "DrConfig-1.00.txt", log);
+    discoveryReplier = std::make_unique<DiscoveryReplier>(log, config);
+    loopbackListener = std::make_unique<LoopbackListener>(log);
+    bindMasterPort();
+    serverThread.run([](void* self) { static_cast<DrServer*>(self)->serveMasters(); }, this);
+}
+
+DrServer::~DrServer() {
+    requestStop();
+    serverThread.waitUntilParked();
+    discoveryReplier.reset();
+    loopbackListener.reset();
+    masterListener.reset();
+    maxInvoker.waitUntilParked();
+}
+
+void DrServer::makeDataFolder() {
+    config.dataFolder = FileSystem::workingDirectory() + "/drData/";
+    // Not looked at: it may well exist, and who writes into it will notice.
+    FileSystem::makeFolder(config.dataFolder);
+}
+
+void DrServer::bindMasterPort() {
+    constexpr int acceptTimeoutSeconds = 2;
+    masterListener = std::make_unique<Listener>(Listener::Reach::AllInterfaces, masterPort,
+                                                acceptTimeoutSeconds);
+    if (masterListener->isOk())
+        return;
+    showPortInUse("Cannot bind to the remote connection port (TCP ", masterPort);
+    // Without this port there is nothing to live for: the loop ends at once and closes the program.
+    stopRequested = true;
+}
+
+void DrServer::serveMasters() {
+    MasterLoop loop(
+        *masterListener, log, stopRequested,
+        [this](Connection& master, const String& handshake) { runRenderJob(master, handshake); });
+    loop.run();
+    log.requestClose();
+}
+
+void DrServer::runRenderJob(Connection& master, const String& handshake) {
+    RenderJob({log, config, maxInvoker, *loopbackListener}, master, handshake).run();
+}
+
+void DrServer::requestStop() {
+    stopRequested = true;
+    discoveryReplier->requestStop();
+}
+
+bool DrServer::isBusy() const {
+    return serverThread.isBusy() || discoveryReplier->isBusy() || maxInvoker.isBusy();
+}
+
+}  // namespace Orvane

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "OrvaneCore/DrLog.h"
+#include "OrvaneCore/misc/multithreading/StandbyThread.h"
+#include "config/DrConfig.h"
+#include "protocol/Listener.h"
+#include "server/DiscoveryReplier.h"
+#include "server/LoopbackListener.h"
+
+namespace Orvane {
+
+/// The render server: starts with its construction and lives until it is destroyed, both on the
+/// program's main thread. Failures to bind are shown in message boxes and never thrown.
+class DrServer {
+  public:
+    /// `target` must outlive the server.
+    explicit DrServer(DrLog& target);
+    /// Waits for a running job, and for the host that it started, without limit.
+    ~DrServer();
+    DrServer(const DrServer&) = delete;
+    DrServer& operator=(const DrServer&) = delete;
+
+    DrConfig& configuration() { return config; }
+
+    /// Begins what the destructor does, for a main thread that has windows to keep alive meanwhile:
+    /// once isBusy() is false the destructor returns at once.
+    void requestStop();
+    bool isBusy() const;
+
+  private:
+    void makeDataFolder();
+    void bindMasterPort();
+    void serveMasters();
+    void runRenderJob(Connection& master, const String& handshake);
+
+    StandbyThread maxInvoker;
+    StandbyThread serverThread;
+    DrLog& log;
+    std::unique_ptr<DiscoveryReplier> discoveryReplier;
+    std::unique_ptr<LoopbackListener> loopbackListener;
+    std::unique_ptr<Listener> masterListener;
+    std::atomic<bool> stopRequested = false;
+    DrConfig config;
+};
+
+}  // namespace Orvane

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "config/DrConfig.h"
+#include "protocol/DrMessage.h"
+
+namespace Orvane {
+
+/// Why this job must not reach a command interpreter, naming the field; empty when it may. The
+/// texts come from the network.
+String refusalOf(const FrameInfo& frameInfo);
+
+/// The line that starts the host's command-line renderer on a scene and appends its output to
+/// MaxLog.txt.
+String launchCommand(const String& hostFolder, const String& scenePath, const DrConfig& config,
+                     const FrameInfo& frameInfo);
+
+}  // namespace Orvane

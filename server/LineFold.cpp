@@ -1,0 +1,24 @@
+#include "server/LineFold.h"
+
+#include "OrvaneCore/Str.h"
+
+namespace Orvane {
+
+void LineFold::write(const String& line) {
+    tick();
+    if (lines == 0)
+        windowStart = Clock::now();
+    if (++lines <= mostLines)
+        log.log(line);
+}
+
+void LineFold::tick() {
+    if (lines == 0 || Clock::now() - windowStart < window)
+        return;
+    if (lines > mostLines)
+        log.log(String("Left out ") + Str::toWString(lines - mostLines) + " more lines \"" +
+                kindName + "\" of the last 10 seconds");
+    lines = 0;
+}
+
+}  // namespace Orvane

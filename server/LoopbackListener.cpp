@@ -1,0 +1,83 @@
+#include "server/LoopbackListener.h"
+
+#include "OrvaneCore/Str.h"
+#include "protocol/Framing.h"
+#include "protocol/Ports.h"
+#include "server/PortInUse.h"
+
+namespace Orvane {
+
+namespace {
+
+constexpr int acceptTimeoutSeconds = 1;
+constexpr int handshakeTimeoutSeconds = 20;
+constexpr int commandTimeoutSeconds = 10;
+constexpr std::chrono::seconds longestDrain{10};
+
+String jobHandshake(const DrConfig& config, const FrameInfo& frameInfo) {
+    DrMessage message(Tag::local);
+    message.append("HandshakeResponse", "ok");
+    message.append("DumpFilename", config.dataFolder);
+    message.writeFrameInfo(frameInfo);
+    return message.print();
+}
+
+}  // namespace
+
+LoopbackListener::LoopbackListener(DrLog& target)
+    : log(target),
+      listener(Listener::Reach::Loopback, loopbackPort, acceptTimeoutSeconds),
+      strangers(target, "WARNING: A local application connected to DR server") {
+    if (!listener.isOk())
+        showPortInUse("Cannot bind to loopback port (TCP ", loopbackPort);
+}
+
+void LoopbackListener::drainPendingConnections() {
+    const auto deadline = std::chrono::steady_clock::now() + longestDrain;
+    while (listener.accept() != nullptr) {
+        if (std::chrono::steady_clock::now() >= deadline) {
+            log.log("Stopped closing stale local connections after 10 seconds: more keep coming");
+            return;
+        }
+    }
+}
+
+bool LoopbackListener::tryLocalHandshake(const DrConfig& config, const FrameInfo& frameInfo) {
+    strangers.tick();
+    plugin = listener.accept();
+    if (plugin == nullptr)
+        return false;
+    writeMessage(*plugin, jobHandshake(config, frameInfo), handshakeTimeoutSeconds);
+    String answer;
+    readMessage(*plugin, answer, handshakeTimeoutSeconds);
+    if (messageHas(answer, Tag::local, "HandshakeInit", "init"))
+        return true;
+    strangers.write(
+        String("WARNING: A local application connected to DR server, but did not follow required "
+               "protocol. This could some other application in this computer is using port TCP ") +
+        Str::toWString(loopbackPort) + ". Received response is: \"" + answer + "\"");
+    plugin.reset();
+    return false;
+}
+
+void LoopbackListener::forwardEndRender() {
+    if (plugin != nullptr)
+        writeMessage(*plugin, buildMessage(Tag::command, Tag::commandChild, Tag::endRender),
+                     commandTimeoutSeconds);
+}
+
+void LoopbackListener::closeLocalConnection() {
+    // Ended before it is closed, so that an end command on its way still arrives.
+    if (plugin != nullptr)
+        plugin->closeAfterDelivery(std::chrono::milliseconds::zero());
+    plugin.reset();
+}
+
+bool LoopbackListener::isPluginAlive() {
+    if (plugin == nullptr)
+        return false;
+    plugin->discardInput();
+    return plugin->isAlive();
+}
+
+}  // namespace Orvane

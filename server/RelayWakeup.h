@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+#include "OrvaneCore/String.h"
+#include "protocol/Connection.h"
+
+namespace Orvane {
+
+/// Lets the relay sleep until there is something to do: a finished file in the data folder, a byte
+/// from the master, a byte or the end from the plug-in. Where the folder cannot be watched only the
+/// connections wake it, and the longest wait is the pace. Used by one thread.
+class RelayWakeup {
+  public:
+    /// Watches from now on: files that come later wake the next wait.
+    explicit RelayWakeup(const String& folder);
+    ~RelayWakeup();
+    RelayWakeup(const RelayWakeup&) = delete;
+    RelayWakeup& operator=(const RelayWakeup&) = delete;
+
+    /// True when the master has sent something or has gone. Both connections must be alive.
+    bool wait(const Connection& master, const Connection& plugin,
+              std::chrono::milliseconds longest);
+
+  private:
+    struct Native;
+    std::unique_ptr<Native> native;
+};
+
+}  // namespace Orvane

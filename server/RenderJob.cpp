@@ -1,0 +1,165 @@
+#include "server/RenderJob.h"
+
+#include <chrono>
+
+#include "OrvaneCore/CommandInterpreter.h"
+#include "OrvaneCore/DevelopmentVersion.h"
+#include "OrvaneCore/Exception.h"
+#include "OrvaneCore/FileSystem.h"
+#include "OrvaneCore/RandomSource.h"
+#include "OrvaneCore/Stopwatch.h"
+#include "protocol/FileTransfer.h"
+#include "protocol/Framing.h"
+#include "server/DumpFiles.h"
+#include "server/LaunchCommand.h"
+#include "server/RelayWakeup.h"
+
+namespace Orvane {
+
+namespace {
+
+constexpr int commandPollSeconds = 2;
+
+/// "max2014" is release 2014: three letters, then the year.
+std::int32_t versionNumber(const String& hostVersion) {
+    constexpr std::size_t letters = 3;
+    const std::u16string_view text = hostVersion.view();
+    return text.size() <= letters ? 0 : Str::leadingInteger(toAnsi(String(text.substr(letters))));
+}
+
+}  // namespace
+
+void RenderJob::run() {
+    if (!readRequest() || !chooseHost() || !mayLaunch())
+        return;
+    if (!downloadScene()) {
+        cleanUp();
+        return;
+    }
+    launchHost();
+    if (waitForHost())
+        relay();
+    finish();
+}
+
+bool RenderJob::readRequest() {
+    try {
+        DrMessage::parse(request).readFrameInfo(frameInfo);
+        return true;
+    } catch (const MalformedMessage& error) {
+        node.log.log(String("Malformed XML: ") + error.what());
+        return false;
+    }
+}
+
+bool RenderJob::chooseHost() {
+    sceneVersion = versionNumber(frameInfo.hostVersion);
+    // The same release or the next newer one that is installed: an older one cannot open the scene.
+    for (std::int32_t year = sceneVersion; year >= firstHostYear && year <= lastHostYear; ++year) {
+        hostVersion = year;
+        if (!node.config.hostPath(year).isEmpty())
+            return true;
+    }
+    node.log.log(String("Unsupported 3ds max version: ") + Str::toWString(sceneVersion));
+    return false;
+}
+
+bool RenderJob::mayLaunch() {
+    const String refusal = refusalOf(frameInfo);
+    if (refusal.isEmpty())
+        return true;
+    node.log.log(String("Refused job: ") + refusal);
+    return false;
+}
+
+bool RenderJob::downloadScene() {
+    const Stopwatch watch;
+    node.log.log(String("Downloading 3ds max ") + Str::toWString(sceneVersion) +
+                 " scene to render with 3ds max " + Str::toWString(hostVersion));
+    scenePath = node.config.dataFolder + "/received_scene_" +
+                String(std::to_string(randomNumber())) + ".max";
+    try {
+        // Not looked at: the host reports a scene that is not whole in its own log.
+        receiveFile(master, scenePath);
+    } catch (const Exception& failure) {
+        node.log.log(failure.getMessage());
+        return false;
+    }
+    const auto size = static_cast<std::uint64_t>(FileSystem::fileSize(scenePath));
+    node.log.log(String("Downloaded scene: ") + Str::getFormatted(size) + " bytes in " +
+                 watch.secondsText() + " s");
+    return true;
+}
+
+void RenderJob::launchHost() {
+    command = launchCommand(node.config.hostPath(hostVersion), scenePath, node.config, frameInfo);
+    node.log.log(String("Running command:\n") + command);
+    // Nothing of an earlier job may reach this master.
+    removeDumpFiles(node.config, node.log);
+    node.loopback.drainPendingConnections();
+    node.maxInvoker.run([](void* line) { runCommand(*static_cast<const String*>(line)); },
+                        &command);
+}
+
+bool RenderJob::waitForHost() {
+    const Stopwatch watch;
+    // No limit of its own: opening a large scene takes as long as it takes.
+    while (node.maxInvoker.isBusy()) {
+        if (node.loopback.tryLocalHandshake(node.config, frameInfo)) {
+            node.log.log(String("3ds max is online after ") + watch.secondsText() + " seconds");
+            node.log.log("DR is running");
+            return true;
+        }
+    }
+    node.log.log("Got no response from 3ds max, aborting");
+    return false;
+}
+
+void RenderJob::relay() {
+    constexpr std::chrono::seconds pace{commandPollSeconds};
+    RelayWakeup wakeup(node.config.dataFolder);
+    while (master.isAlive() && node.loopback.isPluginAlive()) {
+        images.relayDumps();
+        if (master.isAlive() && wakeup.wait(master, node.loopback.pluginConnection(), pace))
+            readCommand();
+    }
+}
+
+void RenderJob::readCommand() {
+    String text;
+    readMessage(master, text, commandPollSeconds);
+    if (!messageHas(text, Tag::command, Tag::commandChild, Tag::endRender))
+        return;
+    node.log.log("Got END signal from remote side, forwarding to 3ds max");
+    node.loopback.forwardEndRender();
+}
+
+void RenderJob::finish() {
+    images.relayLastDumps();
+    node.log.log("DR is finished");
+    node.loopback.closeLocalConnection();
+    node.log.log("Closed loopback connection\n\n");
+    waitForHostToEnd();
+    cleanUp();
+}
+
+void RenderJob::waitForHostToEnd() {
+    constexpr std::chrono::seconds firstNotice{30};
+    constexpr std::chrono::minutes laterNotices{10};
+    const Stopwatch watch;
+    std::chrono::milliseconds patience = firstNotice;
+    while (!node.maxInvoker.waitUntilParked(patience)) {
+        node.log.log(String("Still waiting for 3ds max to end, for ") + watch.secondsText() +
+                     " s; no other master is served until it does");
+        patience = laterNotices;
+    }
+}
+
+void RenderJob::cleanUp() {
+    if (isDevelopmentVersion())
+        return;
+    removeDumpFiles(node.config, node.log);
+    FileSystem::deleteFile(scenePath);
+}
+
+}  // namespace Orvane
