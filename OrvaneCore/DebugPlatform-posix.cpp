@@ -1,11 +1,11 @@
 #include <cassert>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <string>
 
 #include "OrvaneCore/DebugPlatform.h"
+#include "OrvaneCore/Str.h"
 
 namespace Orvane::DebugPlatform {
 
@@ -14,7 +14,7 @@ bool isDebuggerAttached() {
     const std::string label = "TracerPid:";
     for (std::string line; std::getline(status, line);) {
         if (line.starts_with(label))
-            return std::atoi(line.c_str() + label.size()) != 0;
+            return Str::leadingInteger(line.substr(label.size())) != 0;
     }
     return false;
 }
