@@ -41,7 +41,7 @@ class SpawnActions {
 std::vector<std::string> commandLine(const std::string& scene, const std::string& output, int frame,
                                      int pass) {
     return {"povray",
-            "+I" + scene,
+            "+I\"" + scene + "\"",
             "+O" + output,
             "+FE",
             "+W320",
