@@ -25,6 +25,9 @@ class DemoHost {
     ~DemoHost() {
         std::error_code ignored;
         std::filesystem::remove(unfinished, ignored);
+        // POV-Ray's own note of how far an interrupted pass came.
+        std::filesystem::remove(std::filesystem::path(unfinished).replace_extension("pov-state"),
+                                ignored);
     }
     DemoHost(const DemoHost&) = delete;
     DemoHost& operator=(const DemoHost&) = delete;
