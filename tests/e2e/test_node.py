@@ -3,6 +3,7 @@
 import os
 import resource
 import signal
+from pathlib import Path
 
 import pytest
 from harness import *
@@ -186,13 +187,14 @@ def test_twenty_jobs_leave_nothing_open(node):
             assert master.image() == image(1000)
             assert master.at_end()
     eventually(lambda: descriptors() == before, lambda: (before, descriptors()))
+    assert not (node.data / "retainedImages").exists()
 
 
 @pytest.mark.linux
 @pytest.mark.skipif("ORVANE_SANITIZED" in os.environ, reason="a sanitizer needs endless memory")
 def test_fatal_error_of_a_worker(node):
     node.ready("exit 0")
-    pages = int(open(f"/proc/{node.server.pid}/statm").read().split()[0])
+    pages = int(Path(f"/proc/{node.server.pid}/statm").read_text().split()[0])
     limit = pages * resource.getpagesize() + 500_000  # no room for another thread's stack
     resource.prlimit(node.server.pid, resource.RLIMIT_AS, (limit, limit))
     with Master() as master:
