@@ -194,6 +194,4 @@ def test_flood_of_local_connections(node):
     finally:
         enough.set()
         flooding.join()
-    log = node.final_log()
-    assert "Stopped closing stale local connections after 10 seconds: more keep coming\n" in log
-    assert 'TCP 19667. Received response is: ""\n' in log
+    assert "Stopped closing stale local connections after 10 seconds" in node.final_log()
