@@ -157,8 +157,13 @@ def scene_bytes(scene, announced=None):
 
 
 class Peer:
+    """Takes little without reading: what the server has sent is for the most part still with it."""
+
     def __init__(self, port):
-        self.link = socket.create_connection(("127.0.0.1", port), PATIENCE)
+        self.link = socket.socket()
+        self.link.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 65536)
+        self.link.settimeout(PATIENCE)
+        self.link.connect(("127.0.0.1", port))
 
     def __enter__(self):
         return self
