@@ -40,7 +40,7 @@ DrWindow::DrWindow()
     Bind(wxEVT_CLOSE_WINDOW, &DrWindow::onClose, this);
     Bind(wxEVT_ICONIZE, &DrWindow::onIconize, this);
     SetIcon(windowIcon);
-    Fit();
+    GetSizer()->Fit(this);
     log.setView(this);
     // Deleting a window that is still being made is not an option: start() closes it in the end.
     log.setCloseHandler([] { failed = true; });
@@ -68,9 +68,12 @@ void DrWindow::layOut() {
 wxSizer* DrWindow::makeFolderRow() {
     const String folder = FileSystem::workingDirectory();
     const wxString shown = displayText(folder);
-    auto* link = new wxHyperlinkCtrl(this, wxID_ANY, wxControl::EscapeMnemonics(shown), shown);
+    // Not the native control: on GTK it doubles underscores.
+    auto* link = new wxGenericHyperlinkCtrl(this, wxID_ANY, shown, shown);
     // The toolkit would take the target for a web address.
     link->Bind(wxEVT_HYPERLINK, [folder](wxHyperlinkEvent&) { openFolder(folder); });
+    link->Bind(wxEVT_MENU_OPEN, [this](wxMenuEvent&) { linkMenuOpen = true; });
+    link->Bind(wxEVT_MENU_CLOSE, [this](wxMenuEvent&) { linkMenuOpen = false; });
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     row->Add(new wxStaticText(this, wxID_ANY, "Working directory:"), 0, wxALIGN_CENTER_VERTICAL);
     row->Add(link, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, borderPixels);
@@ -124,7 +127,8 @@ void DrWindow::restoreFromTray() {
 
 bool DrWindow::mayClose() const {
     // An open box or menu is further up on this very stack, and needs what closing would delete.
-    return !closing && !MessageBoxes::isOpen() && (trayIcon == nullptr || !trayIcon->isMenuOpen());
+    const bool menuOpen = linkMenuOpen || (trayIcon != nullptr && trayIcon->isMenuOpen());
+    return !closing && !menuOpen && !MessageBoxes::isOpen();
 }
 
 void DrWindow::stopServer() {

@@ -57,6 +57,7 @@ class DrWindow : public wxFrame, private LogView {
     wxTimer flushTimer;
     MyIcon* trayIcon = nullptr;        // ended with Destroy()
     std::unique_ptr<DrServer> server;  // before the log and the controls go
+    bool linkMenuOpen = false;
     bool closing = false;
     static bool failed;
 };
