@@ -13,3 +13,13 @@ target_link_libraries(toolkit_net INTERFACE ${wxWidgets_LIBRARIES})
 find_path(RAPIDXML_INCLUDE_DIR rapidxml/rapidxml_print.hpp REQUIRED)
 add_library(rapidxml INTERFACE)
 target_include_directories(rapidxml SYSTEM INTERFACE ${RAPIDXML_INCLUDE_DIR})
+
+# The command-line master: OpenEXR and PNG images, its command line, its reports.
+find_package(OpenEXR REQUIRED CONFIG)
+find_package(PNG REQUIRED)
+find_path(CLI11_INCLUDE_DIR CLI/CLI.hpp REQUIRED)
+add_library(cli11 INTERFACE)
+target_include_directories(cli11 SYSTEM INTERFACE ${CLI11_INCLUDE_DIR})
+find_path(JSON_INCLUDE_DIR nlohmann/json.hpp REQUIRED)
+add_library(json INTERFACE)
+target_include_directories(json SYSTEM INTERFACE ${JSON_INCLUDE_DIR})

@@ -74,6 +74,11 @@ void endSending(Handle socket) {
     shutdown(descriptor(socket), SHUT_WR);
 }
 
+void resetOnClose(Handle socket, bool on) {
+    const linger atOnce{on ? 1 : 0, 0};
+    setsockopt(descriptor(socket), SOL_SOCKET, SO_LINGER, &atOnce, sizeof(atOnce));
+}
+
 int streamFlags() {
     return wxSOCKET_WAITALL | wxSOCKET_BLOCK;
 }

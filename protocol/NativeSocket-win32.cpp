@@ -68,6 +68,12 @@ void endSending(Handle socket) {
     shutdown(native(socket), SD_SEND);
 }
 
+void resetOnClose(Handle socket, bool on) {
+    const linger atOnce{static_cast<u_short>(on ? 1 : 0), 0};
+    setsockopt(native(socket), SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&atOnce),
+               sizeof(atOnce));
+}
+
 int streamFlags() {
     return wxSOCKET_WAITALL;
 }
