@@ -1,13 +1,13 @@
-// The library declares its report only where asserts are on; it is wanted in every build.
+// The report is wanted whatever the build type; without this, releases do not declare it.
 #undef NDEBUG
 #include <cassert>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <string>
 
 #include "OrvaneCore/DebugPlatform.h"
+#include "OrvaneCore/Str.h"
 
 namespace Orvane::DebugPlatform {
 
@@ -16,7 +16,7 @@ bool isDebuggerAttached() {
     const std::string label = "TracerPid:";
     for (std::string line; std::getline(status, line);) {
         if (line.starts_with(label))
-            return std::atoi(line.c_str() + label.size()) != 0;
+            return Str::leadingInteger(line.substr(label.size())) != 0;
     }
     return false;
 }

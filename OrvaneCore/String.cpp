@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <limits>
 #include <new>
 #include <stdexcept>
@@ -98,7 +97,7 @@ String& String::append(std::u16string_view wide) {
     const std::ptrdiff_t offset = own ? wide.data() - data : 0;
     reserve(used + static_cast<std::int64_t>(wide.size()));
     const char16_t* source = own ? data + offset : wide.data();
-    std::memmove(data + used, source, wide.size() * sizeof(char16_t));
+    std::copy_n(source, wide.size(), data + used);
     used += static_cast<std::int32_t>(wide.size());
     return *this;
 }

@@ -1,8 +1,9 @@
 #include "protocol/NativeSocket.h"
 
-// winsock2.h must come before anything that includes windows.h.
-#include <mstcpip.h>
+// winsock2.h must come before anything that includes windows.h, and mstcpip.h behind it.
 #include <winsock2.h>
+
+#include <mstcpip.h>
 #include <wx/socket.h>
 
 #include <algorithm>
@@ -33,8 +34,8 @@ bool waitFor(Handle socket, bool reading, std::chrono::milliseconds longest) {
     FD_ZERO(&waited);
     FD_SET(native(socket), &waited);
     const auto milliseconds = std::max<long long>(longest.count(), 0);
-    const timeval limit{static_cast<long>(milliseconds / 1000),
-                        static_cast<long>(milliseconds % 1000 * 1000)};
+    timeval limit{static_cast<long>(milliseconds / 1000),
+                  static_cast<long>(milliseconds % 1000 * 1000)};
     return select(0, reading ? &waited : nullptr, reading ? nullptr : &waited, nullptr, &limit) > 0;
 }
 

@@ -36,8 +36,8 @@ bool waitWritable(Handle socket, std::chrono::milliseconds longest);
 
 void endSending(Handle socket);
 
-/// While this is on, a close, and the end of the process too, resets the connection: the peer's next
-/// write to it fails.
+/// While this is on, a close, and the end of the process too, resets the connection: the peer's
+/// next write to it fails.
 void resetOnClose(Handle socket, bool on);
 
 /// The toolkit flags with which a socket may be used by a worker thread beside a window's event

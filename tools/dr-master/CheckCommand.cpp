@@ -97,7 +97,7 @@ class Check {
     void checkPort(Finding& finding) {
         const auto start = Clock::now();
         connection = connectToServer(address);
-        finding.figures.emplace_back("milliseconds", millisecondsSince(start));
+        finding.figures["milliseconds"] = millisecondsSince(start);
         finding.text = "TCP port " + std::to_string(masterPort) + " is open";
     }
 
@@ -108,7 +108,7 @@ class Check {
         nothingToDo.hostVersion = "chk0";
         const JobSession session(std::move(connection), nothingToDo, handshakePatience);
         const long long time = millisecondsSince(start);
-        finding.figures.emplace_back("milliseconds", time);
+        finding.figures["milliseconds"] = time;
         finding.text = "answered after " + std::to_string(time) + " ms";
     }
 
@@ -132,7 +132,7 @@ class Check {
             const std::string year = std::to_string(version);
             finding.text += (finding.text.empty() ? "3ds Max " : ", ") + year + " (" +
                             std::to_string(delay.count()) + " ms)";
-            finding.figures.emplace_back("milliseconds" + year, delay.count());
+            finding.figures["hostVersions"][year] = delay.count();
         }
     }
 
@@ -166,14 +166,19 @@ class Check {
         goal.giveUp = milliseconds(static_cast<long long>(options.jobSeconds * 1000));
         const auto start = Clock::now();
         int images = 0;
+        long long firstImage = 0;
         collectImages(session, goal, [&] {
             if (images++ == 0)
-                finding.figures.emplace_back("firstImageMilliseconds", millisecondsSince(start));
+                firstImage = millisecondsSince(start);
             takeImage(session, folder.path / "image.exr");
         });
-        finding.figures.emplace_back("jobMilliseconds", millisecondsSince(start));
-        finding.figures.emplace_back("images", images);
-        describeJob(finding);
+        const long long wholeJob = millisecondsSince(start);
+        finding.figures = {{"firstImageMilliseconds", firstImage},
+                           {"jobMilliseconds", wholeJob},
+                           {"images", images}};
+        finding.text = "first image " + secondsText(firstImage) +
+                       " after the scene, job ended after " + secondsText(wholeJob) +
+                       "; images: " + std::to_string(images) + ", all whole";
     }
 
     static void takeImage(JobSession& session, const std::filesystem::path& path) {
@@ -181,13 +186,6 @@ class Check {
         session.receiveImage(pathText(path), progress);
         progress.clear();
         readImage(path);
-    }
-
-    static void describeJob(Finding& finding) {
-        finding.text = "first image " + secondsText(finding.figures[0].second) +
-                       " after the scene, job ended after " +
-                       secondsText(finding.figures[1].second) +
-                       "; images: " + std::to_string(finding.figures[2].second) + ", all whole";
     }
 
     const CheckOptions& options;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 namespace Orvane {
 
@@ -41,8 +40,7 @@ void CheckReport::printJson(ExitStatus status) const {
         entry["text"] = finding.text;
         if (!finding.remedy.empty())
             entry["remedy"] = finding.remedy;
-        for (const auto& [name, value] : finding.figures)
-            entry[name] = value;
+        entry.update(finding.figures.is_null() ? entry : finding.figures);
     }
     // A name typed in another encoding must not cost the report.
     constexpr int indent = 2;

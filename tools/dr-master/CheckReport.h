@@ -1,5 +1,6 @@
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -11,10 +12,9 @@ namespace Orvane {
 struct Finding {
     std::string subject;  ///< one word; a key in JSON
     ExitStatus status = ExitStatus::Success;
-    std::string text;    ///< what was seen
-    std::string remedy;  ///< what to do about it; empty when all is well
-    /// Figures for monitoring, by name; milliseconds, bytes or counts.
-    std::vector<std::pair<std::string, long long>> figures;
+    std::string text;                ///< what was seen
+    std::string remedy;              ///< what to do about it; empty when all is well
+    nlohmann::ordered_json figures;  ///< members of its JSON form, for monitoring
 
     bool isOk() const { return status == ExitStatus::Success; }
 };

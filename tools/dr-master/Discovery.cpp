@@ -59,12 +59,15 @@ std::optional<Discovery::Answer> Discovery::next(milliseconds window) {
 
 Failure nobodyAnswers(const String& target, std::optional<int> hostVersion) {
     const std::string address = toAnsi(target);
-    const std::string where = address == broadcastAddress ? "on this network" : "at " + address;
+    const bool everybody = address == broadcastAddress;
     const std::string version = hostVersion ? " for 3ds Max " + std::to_string(*hostVersion) : "";
-    return {ExitStatus::NobodyAnswers, "No DR server " + where + " answers" + version,
-            "Is it running, with such a host configured, and does the firewall let UDP port " +
-                std::to_string(discoveryPort) +
-                " through? A broadcast reaches this network only; --address asks one host."};
+    return {
+        ExitStatus::NobodyAnswers,
+        "No DR server " + (everybody ? "on this network" : "at " + address) + " answers" + version,
+        "Is it running, with such a host configured, and does the firewall let UDP port " +
+            std::to_string(discoveryPort) + " through?" +
+            (everybody ? " A broadcast does not leave this network: --address asks one host."
+                       : "")};
 }
 
 std::map<std::string, HostVersions> surveyHostVersions(const String& target,

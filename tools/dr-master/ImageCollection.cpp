@@ -71,20 +71,19 @@ std::string ImageCollection::receive(JobSession& session) {
     return name;
 }
 
-void ImageCollection::noteDamage(const std::string& name, const Failure& failure) {
-    const std::string text = name + " is damaged: " + failure.what();
-    std::fprintf(stderr, "dr-master: %s\n", text.c_str());
-    if (!firstDamage)
-        firstDamage = Failure(failure.status, text);
+void ImageCollection::noteDamage(const std::filesystem::path& path, const Failure& failure) {
+    std::fprintf(stderr, "dr-master: %s is damaged: %s\n", path.filename().string().c_str(),
+                 failure.what());
+    damaged = true;
 }
 
 void ImageCollection::take(JobSession& session) {
-    const std::string name = receive(session);
+    const auto path = file(receive(session));
     try {
-        readImage(file(name));
-        whole.push_back(file(name));
+        readImage(path);
+        whole.push_back(path);
     } catch (const Failure& failure) {
-        noteDamage(name, failure);
+        noteDamage(path, failure);
     }
 }
 
@@ -92,7 +91,7 @@ void ImageCollection::addTo(ImageAverage& average, const std::filesystem::path& 
     try {
         average.add(readImage(path));
     } catch (const Failure& failure) {
-        noteDamage(path.filename().string(), failure);
+        noteDamage(path, failure);
     }
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <filesystem>
-#include <optional>
 #include <vector>
 
 #include "ExitStatus.h"
@@ -20,10 +19,8 @@ class ImageCollection {
     /// error, kept, and does not count; everything else that goes wrong is thrown.
     void take(JobSession& session);
 
-    /// Images received; damaged ones included.
-    int received() const { return taken; }
-    const std::optional<Failure>& damage() const { return firstDamage; }
     bool hasImages() const { return !whole.empty(); }
+    bool hasDamage() const { return damaged; }
 
     /// Writes result.exr, the mean of the whole images, and result.png. Throws Failure.
     void writeResults();
@@ -31,13 +28,13 @@ class ImageCollection {
   private:
     std::filesystem::path file(const std::string& name) const { return folder / name; }
     std::string receive(JobSession& session);
-    void noteDamage(const std::string& name, const Failure& failure);
+    void noteDamage(const std::filesystem::path& path, const Failure& failure);
     void addTo(class ImageAverage& average, const std::filesystem::path& path);
 
     std::filesystem::path folder;
     int taken = 0;
     std::vector<std::filesystem::path> whole;
-    std::optional<Failure> firstDamage;
+    bool damaged = false;
 };
 
 }  // namespace Orvane

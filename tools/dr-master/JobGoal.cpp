@@ -24,6 +24,9 @@ class Collection {
             const auto event = session.wait(pace);
             if (event == JobSession::Event::Closed)
                 break;
+            if (event == JobSession::Event::Lost)
+                throw Failure(ExitStatus::ConnectionLost,
+                              "The connection was lost after " + imagesText());
             if (event == JobSession::Event::Image) {
                 takeImage();
                 ++images;
@@ -37,6 +40,10 @@ class Collection {
   private:
     bool isOver(const std::optional<milliseconds>& time) const {
         return time && Clock::now() - start >= *time;
+    }
+
+    std::string imagesText() const {
+        return std::to_string(images) + (images == 1 ? " image" : " images");
     }
 
     void endIfReached() {
@@ -64,8 +71,8 @@ class Collection {
                           "(then see MaxLog.txt in its data folder).");
         if (!ended)
             throw Failure(ExitStatus::ConnectionLost,
-                          "The server ended the job before it was told to, after " +
-                              std::to_string(images) + " images");
+                          "The server ended the job before it was told to, after " + imagesText(),
+                          "Its log says why; what the host said is in MaxLog.txt.");
     }
 
     JobSession& session;

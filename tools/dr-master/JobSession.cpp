@@ -76,13 +76,14 @@ void JobSession::sendScene(InputFile& scene, ProgressBar& progress) {
 
 JobSession::Event JobSession::wait(std::chrono::milliseconds longest) {
     char first = 0;
-    if (connection->peek(&first, 1, longest) == 0)
-        return connection->isAlive() ? Event::Nothing : Event::Closed;
-    String text;
-    if (readMessage(*connection, text, messageTimeoutSeconds) != 0) {
-        connection->close();
-        return Event::Closed;
+    if (connection->peek(&first, 1, longest) == 0) {
+        if (connection->isAlive())
+            return Event::Nothing;
+        return connection->isBroken() ? Event::Lost : Event::Closed;
     }
+    String text;
+    if (readMessage(*connection, text, messageTimeoutSeconds) != 0)
+        return Event::Lost;
     return messageHas(text, Tag::command, Tag::commandChild, Tag::dumpExr) ? Event::Image
                                                                            : Event::Nothing;
 }
@@ -97,10 +98,10 @@ void JobSession::receiveImage(const String& path, ProgressBar& progress) {
     }
     if (failed == 0)
         return;
-    const std::string announced =
+    const std::string size =
         progress.bytesAnnounced() < 0 ? "" : " of " + sizeText(progress.bytesAnnounced());
-    throw Failure(ExitStatus::ShortFile, "The connection ended within an image, after " +
-                                             sizeText(progress.bytesMoved()) + announced);
+    throw Failure(ExitStatus::ShortFile, "The connection ended within an image" + size,
+                  "Try again; if it happens again, see the log of the DR server.");
 }
 
 void JobSession::endRender() {

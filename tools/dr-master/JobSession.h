@@ -25,7 +25,7 @@ class JobSession {
 
     void sendScene(InputFile& scene, ProgressBar& progress);
 
-    enum class Event { Nothing, Image, Closed };
+    enum class Event { Nothing, Image, Closed, Lost };
     /// What the server does next, if it does anything within `longest`. After Image the file must
     /// be received at once.
     Event wait(std::chrono::milliseconds longest);

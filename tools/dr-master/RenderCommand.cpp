@@ -47,10 +47,12 @@ void collect(JobSession& session, const JobGoal& goal, ImageCollection& images) 
     }
     if (images.hasImages())
         images.writeResults();
-    if (!failed)
-        failed = images.damage();
     if (failed)
         throw Failure(*failed);
+    if (images.hasDamage())
+        throw Failure(
+            ExitStatus::DamagedImage, "Not all images are whole",
+            "The result is the mean of the others. See the disk and network of the node.");
 }
 
 }  // namespace

@@ -1,4 +1,3 @@
-#include <csignal>
 #include <cstdio>
 
 #include "Commands.h"
@@ -13,12 +12,6 @@ using Clock = std::chrono::steady_clock;
 
 /// A server looks for pings three times a second; six of these make a round of three seconds.
 constexpr std::chrono::milliseconds pingWindow{500};
-
-volatile std::sig_atomic_t interrupted = 0;
-
-void interrupt(int /*signal*/) {
-    interrupted = 1;
-}
 
 /// What is known of one server; it stays in the table when it falls silent.
 struct Node {
@@ -66,14 +59,13 @@ void print(const Nodes& nodes) {
 }  // namespace
 
 void watchServers(const WatchOptions& options) {
-    std::signal(SIGINT, interrupt);
     Nodes nodes;
     do {
         note(nodes, surveyHostVersions(options.address, pingWindow));
         if (options.once && nodes.empty())
             throw nobodyAnswers(options.address);
         print(nodes);
-    } while (!options.once && interrupted == 0);
+    } while (!options.once);
 }
 
 }  // namespace Orvane
