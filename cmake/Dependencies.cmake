@@ -20,6 +20,10 @@ function(orvane_toolkit target)
 endfunction()
 
 orvane_toolkit(toolkit_net net base)
+orvane_toolkit(toolkit_gui adv core net base)
+if(NOT WIN32)
+    find_package(X11 REQUIRED)
+endif()
 
 find_path(RAPIDXML_INCLUDE_DIR rapidxml/rapidxml_print.hpp REQUIRED)
 add_library(rapidxml INTERFACE)
