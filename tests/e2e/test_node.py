@@ -145,7 +145,12 @@ def test_stop_during_a_job(node, how):
         assert master.image() == image(1000)
         master.send(END_RENDER)
         node.wait_for("Closed loopback connection")
-        assert node.server.poll() is None
+        # As long as the host runs, the job is not over.
+        master.link.settimeout(2)
+        with pytest.raises(TimeoutError):
+            master.at_end()
+        assert node.server.poll() is None and node.scenes() != []
+        master.link.settimeout(PATIENCE)
         node.allow(2014, "end")
         assert master.at_end()
     assert node.ended() == 0
