@@ -50,6 +50,8 @@ void setOption(Handle socket, int level, int name, int value) {
 
 }  // namespace
 
+void startUp() {}
+
 Transfer receive(Handle socket, void* buffer, std::size_t size) {
     return outcomeOf(recv(descriptor(socket), buffer, size, MSG_DONTWAIT));
 }

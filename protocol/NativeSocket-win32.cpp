@@ -45,6 +45,11 @@ void setOption(Handle socket, int level, int name, int value) {
 
 }  // namespace
 
+void startUp() {
+    WSADATA description;
+    WSAStartup(MAKEWORD(2, 2), &description);
+}
+
 Transfer receive(Handle socket, void* buffer, std::size_t size) {
     return outcomeOf(recv(native(socket), static_cast<char*>(buffer), callSize(size), 0));
 }

@@ -12,6 +12,10 @@ namespace Orvane::NativeSocket {
 
 using Handle = std::intptr_t;
 
+/// Starts the system's sockets, if need be, for as long as the process lives. The toolkit does it
+/// itself only where it can also create a window, which a program without a display may not.
+void startUp();
+
 enum class Outcome {
     Moved,       ///< some bytes went through
     WouldBlock,  ///< none could go now
