@@ -27,6 +27,8 @@ class CommandLine {
   public:
     CommandLine() {
         app.require_subcommand(1);
+        // A path may begin with a slash on Windows too.
+        app.allow_windows_style_options(false);
         app.set_version_flag("--version", ORVANE_VERSION);
         app.footer(exitStatusHelp);
         // Also those of the commands read better one per line.
