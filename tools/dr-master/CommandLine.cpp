@@ -49,7 +49,7 @@ class CommandLine {
     }
 
   private:
-    CLI::App* add(const char* name, const char* help, Run command) {
+    CLI::App* add(const char* name, const char* help, const Run& command) {
         CLI::App* const added = app.add_subcommand(name, help);
         added->callback([this, command] { chosen = command; });
         return added;
