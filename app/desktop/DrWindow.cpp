@@ -156,7 +156,8 @@ void DrWindow::closeWithoutDisplay() {
 
 void DrWindow::onClose(wxCloseEvent& event) {
     if (!mayClose()) {
-        event.Veto(event.CanVeto());
+        if (event.CanVeto())
+            event.Veto();
         return;
     }
     closing = true;
