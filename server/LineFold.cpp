@@ -5,11 +5,15 @@
 namespace Orvane {
 
 void LineFold::write(const String& line) {
+    if (admit())
+        log.log(line);
+}
+
+bool LineFold::admit() {
     tick();
     if (lines == 0)
         windowStart = Clock::now();
-    if (++lines <= mostLines)
-        log.log(line);
+    return ++lines <= mostLines;
 }
 
 void LineFold::tick() {
