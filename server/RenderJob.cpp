@@ -29,27 +29,16 @@ std::int32_t versionNumber(const String& hostVersion) {
 
 }  // namespace
 
-void RenderJob::run() {
-    if (!readRequest() || !chooseHost() || !mayLaunch())
-        return;
-    if (!downloadScene()) {
-        cleanUp();
-        return;
-    }
-    launchHost();
-    if (waitForHost())
-        relay();
-    finish();
-}
-
-bool RenderJob::readRequest() {
+String RenderJob::prepare() {
     try {
         DrMessage::parse(request).readFrameInfo(frameInfo);
-        return true;
     } catch (const MalformedMessage& error) {
-        node.log.log(String("Malformed XML: ") + error.what());
-        return false;
+        return String("Malformed XML: ") + error.what();
     }
+    if (!chooseHost())
+        return String("Unsupported 3ds max version: ") + Str::toWString(sceneVersion);
+    const String refusal = refusalOf(frameInfo);
+    return refusal.isEmpty() ? refusal : String("Refused job: ") + refusal;
 }
 
 bool RenderJob::chooseHost() {
@@ -60,16 +49,18 @@ bool RenderJob::chooseHost() {
         if (!node.config.hostPath(year).isEmpty())
             return true;
     }
-    node.log.log(String("Unsupported 3ds max version: ") + Str::toWString(sceneVersion));
     return false;
 }
 
-bool RenderJob::mayLaunch() {
-    const String refusal = refusalOf(frameInfo);
-    if (refusal.isEmpty())
-        return true;
-    node.log.log(String("Refused job: ") + refusal);
-    return false;
+void RenderJob::run() {
+    if (!downloadScene()) {
+        cleanUp();
+        return;
+    }
+    launchHost();
+    if (waitForHost())
+        relay();
+    finish();
 }
 
 bool RenderJob::downloadScene() {
@@ -127,10 +118,14 @@ void RenderJob::relay() {
 
 void RenderJob::readCommand() {
     String text;
-    readMessage(master, text, commandPollSeconds);
+    const char* refusal = nullptr;
+    readMessage(master, text, commandPollSeconds, &refusal);
+    if (refusal != nullptr)
+        node.log.log(String("Refused a message of the master and closed its connection: ") +
+                     refusal);
     if (!messageHas(text, Tag::command, Tag::commandChild, Tag::endRender))
         return;
-    node.log.log("Got END signal from remote side, forwarding to 3ds max");
+    endSignals.write("Got END signal from remote side, forwarding to 3ds max");
     node.loopback.forwardEndRender();
 }
 
