@@ -11,14 +11,14 @@ namespace Orvane {
 /// flood becomes one line with a count, so that it cannot fill the disk. One thread at a time.
 class LineFold {
   public:
-    static constexpr std::int32_t fewLines = 20;
+    static constexpr std::int32_t mostLines = 20;
     static constexpr std::chrono::seconds window{10};
     /// Room for text in a window, so that few long lines are not worse than many short ones.
     static constexpr std::int32_t mostCharacters = 32 * 1024;
 
     /// `kind` is how the summary names the lines, `most` how many a window has room for.
-    LineFold(DrLog& target, const char* kind, std::int32_t most = fewLines)
-        : log(target), kindName(kind), mostLines(most) {}
+    LineFold(DrLog& target, const char* kind, std::int32_t most = mostLines)
+        : log(target), kindName(kind), room(most) {}
     ~LineFold() { summarise(); }
     LineFold(const LineFold&) = delete;
     LineFold& operator=(const LineFold&) = delete;
@@ -36,7 +36,7 @@ class LineFold {
 
     DrLog& log;
     const char* kindName;
-    std::int32_t mostLines;
+    std::int32_t room;
     Clock::time_point windowStart;
     std::int32_t seen = 0;  // in this window
     std::int32_t written = 0;

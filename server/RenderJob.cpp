@@ -19,6 +19,8 @@ namespace Orvane {
 namespace {
 
 constexpr int commandPollSeconds = 2;
+const char* const scenePrefix = "received_scene_";
+constexpr std::u16string_view sceneSuffix = u".max";
 
 /// "max2014" is release 2014: three letters, then the year.
 std::int32_t versionNumber(const String& hostVersion) {
@@ -63,12 +65,26 @@ void RenderJob::run() {
     finish();
 }
 
+void RenderJob::removeLeftoverScenes() {
+    if (isDevelopmentVersion())
+        return;
+    FileSystem::Listing listing(node.config.dataFolder, scenePrefix);
+    while (const auto entry = listing.next()) {
+        const String path = node.config.dataFolder + "/" + entry->name;
+        if (entry->isFile && Str::endsWith(entry->name, sceneSuffix) &&
+            FileSystem::deleteFile(path))
+            node.log.log(String("Removed file: ") + path);
+    }
+}
+
 bool RenderJob::downloadScene() {
+    // Of jobs that ended with the machine's power; scenes are large, and nobody else removes them.
+    removeLeftoverScenes();
     const Stopwatch watch;
     node.log.log(String("Downloading 3ds max ") + Str::toWString(sceneVersion) +
                  " scene to render with 3ds max " + Str::toWString(hostVersion));
-    scenePath = node.config.dataFolder + "/received_scene_" +
-                String(std::to_string(randomNumber())) + ".max";
+    scenePath = node.config.dataFolder + "/" + scenePrefix +
+                String(std::to_string(randomNumber())) + String(sceneSuffix);
     try {
         // Not looked at: the host reports a scene that is not whole in its own log.
         receiveFile(master, scenePath);
@@ -88,8 +104,12 @@ void RenderJob::launchHost() {
     // Nothing of an earlier job may reach this master.
     removeDumpFiles(node.config, node.log);
     node.loopback.drainPendingConnections();
-    node.maxInvoker.run([](void* line) { runCommand(*static_cast<const String*>(line)); },
-                        &command);
+    node.maxInvoker.run([](void* job) { static_cast<RenderJob*>(job)->runHost(); }, this);
+}
+
+void RenderJob::runHost() {
+    if (runCommand(command) < 0)
+        node.log.log("Cannot start the command interpreter");
 }
 
 bool RenderJob::waitForHost() {

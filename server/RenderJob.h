@@ -39,8 +39,10 @@ class RenderJob {
 
   private:
     bool chooseHost();
+    void removeLeftoverScenes();
     bool downloadScene();
     void launchHost();
+    void runHost();
     bool waitForHost();
     void relay();
     void readCommand();
