@@ -156,9 +156,9 @@ def scene_bytes(scene, announced=None):
     return struct.pack("<q", len(scene) if announced is None else announced) + scene
 
 
-class Master:
-    def __init__(self):
-        self.link = socket.create_connection(("127.0.0.1", MASTER), PATIENCE)
+class Peer:
+    def __init__(self, port):
+        self.link = socket.create_connection(("127.0.0.1", port), PATIENCE)
 
     def __enter__(self):
         return self
@@ -177,20 +177,6 @@ class Master:
             data += part
         return data
 
-    def shake(self, **fields):
-        self.send(request(**fields))
-        assert self.receive(len(WELCOME)) == WELCOME
-        return self
-
-    def job(self, scene=b"scene", **fields):
-        self.shake(**fields).send(scene_bytes(scene))
-        return self
-
-    def image(self):
-        assert self.receive(len(DUMP_EXR)) == DUMP_EXR
-        (size,) = struct.unpack("<q", self.receive(8))
-        return self.receive(size)
-
     def at_end(self):
         """True once the server has closed without sending anything more."""
         return self.link.recv(1) == b""
@@ -205,3 +191,22 @@ class Master:
     def reset(self):
         self.link.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
         self.link.close()
+
+
+class Master(Peer):
+    def __init__(self):
+        super().__init__(MASTER)
+
+    def shake(self, **fields):
+        self.send(request(**fields))
+        assert self.receive(len(WELCOME)) == WELCOME
+        return self
+
+    def job(self, scene=b"scene", **fields):
+        self.shake(**fields).send(scene_bytes(scene))
+        return self
+
+    def image(self):
+        assert self.receive(len(DUMP_EXR)) == DUMP_EXR
+        (size,) = struct.unpack("<q", self.receive(8))
+        return self.receive(size)

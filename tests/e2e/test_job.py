@@ -1,7 +1,9 @@
-import re
-import socket
+"""Whole jobs, byte by byte and line by line."""
 
-import pytest
+import re
+import threading
+from pathlib import Path
+
 from harness import *
 
 CAMERA = "Cam\xe9ra 1\x80 & more"
@@ -53,18 +55,18 @@ def test_two_whole_jobs(node):
         path.write_bytes(b"not a dump")
     (node.data / "dumpFolder.exr").mkdir()
     node.start()
-    stale = [socket.create_connection(("127.0.0.1", LOOPBACK), PATIENCE) for _ in range(3)]
+    stale = [Peer(LOOPBACK) for _ in range(3)]
 
     scene = image(70000)
     with Master() as master:
         master.job(scene, frame="1-5,7", camera=CAMERA.replace("&", "&amp;"))
         start = node.started_host()
-        assert [link.recv(1) for link in stale] == [b"", b"", b""]
-        with socket.create_connection(("127.0.0.1", LOOPBACK), PATIENCE) as stranger:
-            stranger.recv(10)
-            stranger.sendall(PLUGIN_ANSWER.replace("init<", "Init<").encode() + b"\0")
-            while stranger.recv(1000):
+        assert all(peer.at_end() for peer in stale)
+        with Peer(LOOPBACK) as stranger:
+            while stranger.receive(1) != b"\0":
                 pass
+            stranger.send(PLUGIN_ANSWER.replace("init<", "Init<").encode() + b"\0")
+            assert stranger.at_end()
         (saved,) = node.scenes()
         assert saved.read_bytes() == scene
         node.allow(2014, "stranger-gone")
@@ -144,3 +146,52 @@ def test_two_whole_jobs(node):
     ]
     assert node.output().count(ECHO) == 2
     assert (node.data / "DrLog.txt").read_bytes().decode("latin-1") == node.output().replace(ECHO, "")
+
+
+def test_worked_example_of_the_documentation(node):
+    text = (Path(__file__).parents[2] / "docs/PROTOCOL.md").read_text()
+    block = text.split("<!-- worked example: begin -->")[1].split("<!-- worked example: end -->")[0]
+    steps = re.findall(r"^([MSP])>([MSP]) (.*)$", block, re.M)
+    assert len(steps) == 9
+    node.ready("await end")
+    peers = {"M": Master()}
+    for sender, receiver, escaped in steps:
+        data = escaped.encode().decode("unicode_escape").encode("latin-1")
+        data = data.replace(b"/srv/node", os.fsencode(node.folder))
+        if receiver == "P" and "P" not in peers:
+            node.started_host()
+            peers["P"] = Peer(LOOPBACK)
+        if sender != "S":
+            peers[sender].send(data)
+        else:
+            if data == DUMP_EXR:
+                (node.data / "new").write_bytes(b"image")
+                (node.data / "new").rename(node.data / "dump1.exr")
+            assert peers[receiver].receive(len(data)) == data
+    peers["P"].link.close()
+    node.allow(2014, "end")
+    assert peers["M"].at_end()
+
+
+def test_flood_of_local_connections(node):
+    """Some program that connects again and again holds up a job for a while, not for ever."""
+    node.ready(*ONLINE, "dump dumpA.exr 10", "hear")
+    enough = threading.Event()
+
+    def flood():
+        while not enough.wait(0.02):
+            Peer(LOOPBACK).link.close()
+
+    flooding = threading.Thread(target=flood)
+    flooding.start()
+    try:
+        with Master() as master:
+            master.job()
+            assert master.image() == image(10)
+            enough.set()
+            master.send(END_RENDER)
+            assert master.at_end()
+    finally:
+        enough.set()
+        flooding.join()
+    assert "Stopped closing stale local connections after 10 seconds" in node.final_log()

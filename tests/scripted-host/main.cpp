@@ -68,8 +68,8 @@ class Host {
         for (const std::string& argument : arguments) {
             const std::string output = "-o:", image = "/dr_out.png";
             if (argument.starts_with(output) && argument.ends_with(image))
-                dataFolder = argument.substr(output.size(), argument.size() - output.size() -
-                                                                image.size());
+                dataFolder =
+                    argument.substr(output.size(), argument.size() - output.size() - image.size());
         }
         std::remove((folder + "heard.bin").c_str());
         writeWhole(folder + "record.txt", howItWasStarted());
