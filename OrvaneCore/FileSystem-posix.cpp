@@ -102,11 +102,11 @@ Listing::~Listing() {
 
 namespace {
 
-bool isFolderEntry(DIR* stream, const dirent& entry) {
+bool isFileEntry(DIR* stream, const dirent& entry) {
     if (entry.d_type != DT_UNKNOWN && entry.d_type != DT_LNK)
-        return entry.d_type == DT_DIR;
+        return entry.d_type == DT_REG;
     struct stat found {};
-    return fstatat(dirfd(stream), entry.d_name, &found, 0) == 0 && S_ISDIR(found.st_mode);
+    return fstatat(dirfd(stream), entry.d_name, &found, 0) == 0 && S_ISREG(found.st_mode);
 }
 
 }  // namespace
@@ -117,7 +117,7 @@ std::optional<Listing::Entry> Listing::next() {
     while (const dirent* entry = readdir(native->stream)) {
         const std::string_view name = entry->d_name;
         if (name.starts_with(native->prefix))
-            return Entry{toWide(name), isFolderEntry(native->stream, *entry)};
+            return Entry{toWide(name), isFileEntry(native->stream, *entry)};
     }
     return std::nullopt;
 }
