@@ -29,7 +29,7 @@ AssertDialog assertDialog = nullptr;
 
 [[noreturn]] void crash() {
     // A store to address zero, so that a debugger or crash reporter takes over at this point.
-    volatile int* const nowhere = nullptr;
+    volatile int* volatile nowhere = nullptr;
     *nowhere = 666;  // NOLINT(clang-analyzer-core.NullDereference)
     std::abort();
 }

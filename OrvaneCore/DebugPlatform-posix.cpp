@@ -1,3 +1,5 @@
+// The report is wanted whatever the build type; without this, releases do not declare it.
+#undef NDEBUG
 #include <cassert>
 #include <cstdio>
 #include <fstream>
