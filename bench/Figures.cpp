@@ -38,7 +38,7 @@ std::string duration(double seconds) {
     if (seconds < 1e-6)
         return format("%.0f %s", seconds * 1e9, "ns");
     if (seconds < 1e-3)
-        return format("%.3g %s", seconds * 1e6, "µs");
+        return format("%.3g %s", seconds * 1e6, "us");
     return seconds < 10 ? format("%.3g %s", seconds * 1e3, "ms") : format("%.3g %s", seconds, "s");
 }
 
