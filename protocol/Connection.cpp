@@ -54,6 +54,8 @@ NativeSocket::Handle Connection::handle() const {
 bool Connection::endedBy(const NativeSocket::Transfer& transfer) {
     if (transfer.outcome == Outcome::Ended || transfer.outcome == Outcome::Failed)
         open = false;
+    if (transfer.outcome == Outcome::Failed)
+        broken = true;
     return !open;
 }
 

@@ -30,6 +30,8 @@ class Connection {
 
     /// False once this side closed it, or a read or write met the peer's end or an error.
     bool isAlive() const { return socket != nullptr && open; }
+    /// True once it ended by an error instead of either side's close.
+    bool isBroken() const { return broken; }
 
     /// Seconds that each following read or write may take in all.
     void setTimeout(int seconds) { timeoutSeconds = seconds; }
@@ -66,6 +68,7 @@ class Connection {
 
     wxSocketBase* socket;  // owned
     bool open = true;
+    bool broken = false;
     int timeoutSeconds = 5;
     String peer;
 };

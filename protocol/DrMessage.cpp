@@ -97,6 +97,11 @@ bool DrMessage::has(const char* root, const char* child, const String& value) co
     return found != nullptr && toWide({found->value(), found->value_size()}) == value;
 }
 
+String DrMessage::value(const char* child) const {
+    const auto* root = document->tree.first_node();
+    return root == nullptr ? String() : valueOf(*root, child);
+}
+
 String DrMessage::print() const {
     std::string text;
     // Its elements, not the document: printing that would end in an empty line.

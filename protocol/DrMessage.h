@@ -56,6 +56,8 @@ class DrMessage {
     /// True for exactly one top-level element, of name `root`, whose first `child` has exactly this
     /// value. Empty names stand for whatever comes first.
     bool has(const char* root, const char* child, const String& value) const;
+    /// The text of the root's first child of this name; empty without one.
+    String value(const char* child) const;
     /// One element per line, children indented by a tab, each line ended by a line feed.
     String print() const;
 

@@ -97,6 +97,8 @@ int sendFile(Connection& connection, InputFile& file, TransferProgress progress,
         return 1;
     connection.setTimeout(fileSendTimeoutSeconds);
     connection.write(&size, sizeof(size));
+    if (progress != nullptr)
+        progress(argument, 0, size);
     Chunk chunk;
     for (std::int64_t remaining = size; remaining > 0;) {
         const std::size_t bytes = nextChunk(remaining);
@@ -140,6 +142,8 @@ int receiveFile(Connection& connection, const String& path, TransferProgress pro
     connection.setTimeout(fileReceiveTimeoutSeconds);
     if (connection.read(&size, sizeof(size)) != sizeof(size) || size < 0)
         return 1;
+    if (progress != nullptr)
+        progress(argument, 0, size);
     if (!fitsOnDisk(size, path))
         throw fileException(path);
     // Zeros, so that what a short read leaves in the file is never memory of this process.

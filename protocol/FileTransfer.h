@@ -52,7 +52,7 @@ class OutputFile {
     std::int64_t moved = 0;
 };
 
-/// Called after each chunk with the bytes moved so far and the size announced.
+/// Called when the size is known and after each chunk, with the bytes moved so far and the size.
 using TransferProgress = void (*)(void* argument, std::int64_t moved, std::int64_t size);
 
 /// All answer 0 for success and 1 for a failed connection, and throw the file exception when the

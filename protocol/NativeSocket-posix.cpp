@@ -50,6 +50,8 @@ void setOption(Handle socket, int level, int name, int value) {
 
 }  // namespace
 
+void startUp() {}
+
 Transfer receive(Handle socket, void* buffer, std::size_t size) {
     return outcomeOf(recv(descriptor(socket), buffer, size, MSG_DONTWAIT));
 }
@@ -72,6 +74,11 @@ bool waitWritable(Handle socket, std::chrono::milliseconds longest) {
 
 void endSending(Handle socket) {
     shutdown(descriptor(socket), SHUT_WR);
+}
+
+void resetOnClose(Handle socket, bool on) {
+    const linger atOnce{on ? 1 : 0, 0};
+    setsockopt(descriptor(socket), SOL_SOCKET, SO_LINGER, &atOnce, sizeof(atOnce));
 }
 
 int streamFlags() {

@@ -1,8 +1,9 @@
 #include "protocol/NativeSocket.h"
 
-// winsock2.h must come before anything that includes windows.h.
-#include <mstcpip.h>
+// winsock2.h must come before anything that includes windows.h, and mstcpip.h behind it.
 #include <winsock2.h>
+
+#include <mstcpip.h>
 #include <wx/socket.h>
 
 #include <algorithm>
@@ -33,8 +34,8 @@ bool waitFor(Handle socket, bool reading, std::chrono::milliseconds longest) {
     FD_ZERO(&waited);
     FD_SET(native(socket), &waited);
     const auto milliseconds = std::max<long long>(longest.count(), 0);
-    const timeval limit{static_cast<long>(milliseconds / 1000),
-                        static_cast<long>(milliseconds % 1000 * 1000)};
+    timeval limit{static_cast<long>(milliseconds / 1000),
+                  static_cast<long>(milliseconds % 1000 * 1000)};
     return select(0, reading ? &waited : nullptr, reading ? nullptr : &waited, nullptr, &limit) > 0;
 }
 
@@ -43,6 +44,11 @@ void setOption(Handle socket, int level, int name, int value) {
 }
 
 }  // namespace
+
+void startUp() {
+    WSADATA description;
+    WSAStartup(MAKEWORD(2, 2), &description);
+}
 
 Transfer receive(Handle socket, void* buffer, std::size_t size) {
     return outcomeOf(recv(native(socket), static_cast<char*>(buffer), callSize(size), 0));
@@ -66,6 +72,12 @@ bool waitWritable(Handle socket, std::chrono::milliseconds longest) {
 
 void endSending(Handle socket) {
     shutdown(native(socket), SD_SEND);
+}
+
+void resetOnClose(Handle socket, bool on) {
+    const linger atOnce{static_cast<u_short>(on ? 1 : 0), 0};
+    setsockopt(native(socket), SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&atOnce),
+               sizeof(atOnce));
 }
 
 int streamFlags() {

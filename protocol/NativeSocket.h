@@ -12,6 +12,10 @@ namespace Orvane::NativeSocket {
 
 using Handle = std::intptr_t;
 
+/// Starts the system's sockets, if need be, for as long as the process lives. The toolkit does it
+/// itself only where it can also create a window, which a program without a display may not.
+void startUp();
+
 enum class Outcome {
     Moved,       ///< some bytes went through
     WouldBlock,  ///< none could go now
@@ -35,6 +39,10 @@ bool waitReadable(Handle socket, std::chrono::milliseconds longest);
 bool waitWritable(Handle socket, std::chrono::milliseconds longest);
 
 void endSending(Handle socket);
+
+/// While this is on, a close, and the end of the process too, resets the connection: the peer's
+/// next write to it fails.
+void resetOnClose(Handle socket, bool on);
 
 /// The toolkit flags with which a socket may be used by a worker thread beside a window's event
 /// loop: it must not register itself with that loop.

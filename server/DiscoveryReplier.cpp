@@ -49,6 +49,15 @@ class PingSocket {
 
 }  // namespace
 
+bool isAnswered(const String& ping, const DrConfig& config) {
+    for (std::int32_t year = firstHostYear; year <= lastHostYear; ++year) {
+        if (!config.hostPath(year).isEmpty() &&
+            messageHas(ping, Tag::discovery, "Request", Str::toWString(year)))
+            return true;
+    }
+    return false;
+}
+
 DiscoveryReplier::DiscoveryReplier(DrLog& target, const DrConfig& settings)
     : log(target), config(settings) {
     setup(workerStackBytes, "MY_DiscoveryReplier");
@@ -58,15 +67,6 @@ DiscoveryReplier::DiscoveryReplier(DrLog& target, const DrConfig& settings)
 DiscoveryReplier::~DiscoveryReplier() {
     requestStop();
     waitUntilParked();
-}
-
-bool DiscoveryReplier::isConfigured(const String& ping) const {
-    for (std::int32_t year = firstHostYear; year <= lastHostYear; ++year) {
-        if (!config.hostPath(year).isEmpty() &&
-            messageHas(ping, Tag::discovery, "Request", Str::toWString(year)))
-            return true;
-    }
-    return false;
 }
 
 void DiscoveryReplier::serve() {
@@ -84,7 +84,7 @@ void DiscoveryReplier::serve() {
             std::this_thread::sleep_for(pollPeriod);
             continue;
         }
-        if (!isConfigured(ping)) {
+        if (!isAnswered(ping, config)) {
             ignoredPings.write(pingLine);
             std::this_thread::sleep_for(pollPeriod);
             continue;

@@ -8,6 +8,9 @@
 
 namespace Orvane {
 
+/// Whether a datagram's text asks for a host release that is configured.
+bool isAnswered(const String& ping, const DrConfig& config);
+
 /// Answers discovery pings for the host releases that are configured, on a thread of its own from
 /// construction to destruction. Created and destroyed by the start-up thread.
 class DiscoveryReplier : private StandbyThread {
@@ -22,7 +25,6 @@ class DiscoveryReplier : private StandbyThread {
 
   private:
     void serve();
-    bool isConfigured(const String& ping) const;
 
     DrLog& log;
     const DrConfig& config;

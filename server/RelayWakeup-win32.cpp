@@ -1,8 +1,8 @@
 #include "server/RelayWakeup.h"
 
 // winsock2.h must come before anything that includes windows.h.
-#include <windows.h>
 #include <winsock2.h>
+#include <windows.h>
 
 #include <array>
 

@@ -1,6 +1,6 @@
 #include <csignal>
 
-#include "app/headless/StopSignal.h"
+#include "app/StopSignal.h"
 
 namespace Orvane {
 

@@ -1,0 +1,212 @@
+"""A render node made of the real server and the scripted host, and a master to use it. Bytes of text
+are shown as Latin-1, one character each, because any byte may stand in a path or a message."""
+
+import os
+import re
+import shlex
+import shutil
+import signal
+import socket
+import struct
+import subprocess
+import time
+from pathlib import Path
+
+DISCOVERY, LOOPBACK, MASTER = 19666, 19667, 19668
+PATIENCE = 60
+SERVER = shlex.split(os.environ["ORVANE_SERVER"])
+HOST = Path(os.environ["ORVANE_HOST"])
+REGISTRY = Path("/etc/orvane/registry.ini")
+ECHO = "Starting 3ds max DR...\n"  # of the interpreter, between the lines of the log
+STAMP = re.compile(r"^\d{4}-\d\d-\d\d/\d\d:\d\d:\d\d   ", re.M)
+
+PLUGIN_ANSWER = "<OrvaneDrLocal><HandshakeInit>init</HandshakeInit></OrvaneDrLocal>"
+ONLINE = ["connect", "hear", "say " + PLUGIN_ANSWER]
+END_RENDER = b"<OrvaneDrCommand>\n\t<Command>EndRender</Command>\n</OrvaneDrCommand>\n\0"
+DUMP_EXR = END_RENDER.replace(b"EndRender", b"DumpExr")
+WELCOME = b"<OrvaneDrRemote>\n\t<HandshakeResponse>ok</HandshakeResponse>\n</OrvaneDrRemote>\n\0"
+
+
+def eventually(condition, what="", seconds=PATIENCE):
+    deadline = time.monotonic() + seconds
+    while not (result := condition()):
+        assert time.monotonic() < deadline, f"in vain: {what() if callable(what) else what}"
+        time.sleep(0.02)
+    return result
+
+
+def image(size):
+    """What the scripted host dumps."""
+    start = size % 251
+    return (bytes(range(251)) * (size // 251 + 2))[start : start + size]
+
+
+def seen(path):
+    """A path as it stands in the server's texts."""
+    return os.fsencode(path).decode("latin-1")
+
+
+class Node:
+    """One folder in which a server runs, one server at a time, and the hosts that it lends."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        self.data = folder / "drData"
+        self.server = None
+        folder.mkdir(parents=True)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, failure, *_):
+        shutil.rmtree(REGISTRY.parent, ignore_errors=True)
+        if failure and self.server:
+            print(self.log(), self.errors())
+            self.server.kill()
+        elif self.server:
+            self.stop()
+
+    def install(self, year, *plan):
+        """Gives the node a host; answers its folder."""
+        folder = self.host(year)
+        folder.mkdir(exist_ok=True)
+        shutil.copy(HOST, folder)
+        self.plan(year, *plan)
+        return folder
+
+    def host(self, year):
+        return self.folder / f"3ds Max {year}"
+
+    def plan(self, year, *lines):
+        for name in ("record.txt", "heard.bin"):
+            (self.host(year) / name).unlink(missing_ok=True)
+        (self.host(year) / "plan.txt").write_text("\n".join(lines) + "\n")
+
+    def allow(self, year, name):
+        """Lets the host go on that awaits this."""
+        (self.host(year) / name).touch()
+
+    def configure(self, *lines):
+        self.data.mkdir(exist_ok=True)
+        (self.data / "DrConfig-1.00.txt").write_bytes(os.fsencode("".join(l + "\n" for l in lines)))
+
+    def ready(self, *plan, year=2014):
+        """The usual start: one host, its plan, the server."""
+        self.configure(f"{year} {self.install(year, *plan)}")
+        self.start()
+
+    def spawn(self):
+        with open(self.folder / "out", "wb") as out, open(self.folder / "err", "wb") as err:
+            self.server = subprocess.Popen(
+                SERVER, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=out, stderr=err
+            )
+
+    def start(self):
+        self.spawn()
+        self.wait_for("Available 3dsmax versions:")
+
+    def log(self):
+        """All lines of this run without their stamps."""
+        return STAMP.sub("", self.output().replace(ECHO, ""))
+
+    def output(self):
+        return (self.folder / "out").read_bytes().decode("latin-1")
+
+    def errors(self):
+        return (self.folder / "err").read_text("latin-1")
+
+    def wait_for(self, text, count=1):
+        eventually(lambda: self.log().count(text) >= count, lambda: text + " in " + self.log())
+
+    def ended(self):
+        """The exit status of a server that ends by itself."""
+        server, self.server = self.server, None
+        return server.wait(PATIENCE)
+
+    def stop(self, how=signal.SIGTERM, errors=""):
+        self.server.send_signal(how)
+        status = self.ended()
+        assert status == 0 and re.fullmatch(errors, self.errors()), (status, self.errors())
+
+    def final_log(self, **expected):
+        self.stop(**expected)
+        return self.log()
+
+    def started_host(self, year=2014):
+        """What the host noted of its start: pairs of a word and a text."""
+        record = self.host(year) / "record.txt"
+        eventually(record.exists, self.log)
+        return [line.split(" ", 1) for line in record.read_text("latin-1").splitlines()]
+
+    def heard_by_host(self, year=2014):
+        return (self.host(year) / "heard.bin").read_bytes()
+
+    def scenes(self):
+        return list(self.data.glob("received_scene_*"))
+
+
+def request(version="max2014", frame="0", camera="", init="init", root="OrvaneDrRemote"):
+    return (
+        f"<{root}>\r\n<HandshakeInit>{init}</HandshakeInit>\r\n<FrameName>{frame}</FrameName>\n"
+        f"<HostVersion>{version}</HostVersion>\n<CameraName>{camera}</CameraName></{root}>\n\0"
+    ).encode("latin-1")
+
+
+def scene_bytes(scene, announced=None):
+    return struct.pack("<q", len(scene) if announced is None else announced) + scene
+
+
+class Peer:
+    def __init__(self, port):
+        self.link = socket.create_connection(("127.0.0.1", port), PATIENCE)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.link.close()
+
+    def send(self, data):
+        self.link.sendall(data)
+
+    def receive(self, size):
+        data = b""
+        while len(data) < size:
+            part = self.link.recv(size - len(data))
+            assert part, f"the server closed after {data[-100:]}"
+            data += part
+        return data
+
+    def at_end(self):
+        """True once the server has closed without sending anything more."""
+        return self.link.recv(1) == b""
+
+    def dropped(self):
+        """The same for a server that does not care whether bytes are under way."""
+        try:
+            return self.at_end()
+        except ConnectionError:
+            return True
+
+    def reset(self):
+        self.link.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        self.link.close()
+
+
+class Master(Peer):
+    def __init__(self):
+        super().__init__(MASTER)
+
+    def shake(self, **fields):
+        self.send(request(**fields))
+        assert self.receive(len(WELCOME)) == WELCOME
+        return self
+
+    def job(self, scene=b"scene", **fields):
+        self.shake(**fields).send(scene_bytes(scene))
+        return self
+
+    def image(self):
+        assert self.receive(len(DUMP_EXR)) == DUMP_EXR
+        (size,) = struct.unpack("<q", self.receive(8))
+        return self.receive(size)

@@ -1,0 +1,203 @@
+"""A node's life: what it reads and writes at start, how it is found, how it ends."""
+
+import os
+import resource
+import signal
+from pathlib import Path
+
+import pytest
+from harness import *
+
+CAPTION = "Orvane DR Server Error\n"
+REPLY = b"<OrvaneDrDiscovery>\n\t<Reply>ok</Reply>\n</OrvaneDrDiscovery>\n\0"
+
+
+def port_in_use(what, port):
+    return (
+        f"{CAPTION}Cannot bind to {what} (TCP {port}).\n\nThis probably means that some other"
+        " application is already using this port (probably another instance of DR Server) - shut it"
+        " down first.\n")
+
+
+def ping(year, before=""):
+    return (f"<OrvaneDrDiscovery>{before}<Request>{year}</Request></OrvaneDrDiscovery>").encode()
+
+
+def finds_node(sock, year=2014):
+    """Sends one ping; the replies have come when a later ping's are there."""
+    sock.sendto(ping(year) + b"\0", ("127.0.0.1", DISCOVERY))
+    replies = [sock.recvfrom(1000) for _ in range(4)]
+    return set(replies) == {(REPLY, ("127.0.0.1", DISCOVERY))}
+
+
+def test_discovery_and_a_second_server(node, tmp_path):
+    node.ready("exit 0")
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sock:
+        sock.settimeout(PATIENCE)
+        assert finds_node(sock)
+        ignored = [
+            ping(2013), ping(2017), ping(" 2014"), ping("2014 "), b"\x80garbage<", b"\0" + ping(2014),
+            ping(2014).replace(b"Discovery", b"Remote"), ping(2014, before=" " * 250), ping(2014) * 2]
+        for text in ignored:
+            sock.sendto(text, ("127.0.0.1", DISCOVERY))
+        assert finds_node(sock)
+        sock.setblocking(False)
+        with pytest.raises(BlockingIOError):
+            sock.recv(1000)
+
+        with Node(tmp_path / "second") as second:
+            second.spawn()
+            assert second.ended() == 1
+            assert second.errors() == port_in_use("loopback port", LOOPBACK) + port_in_use(
+                "the remote connection port", MASTER)
+            assert "Cannot bind to discovery port (UDP 19666)\n" in second.log()
+        sock.setblocking(True)
+        assert finds_node(sock)
+    log = node.final_log()
+    assert log.count("Replying to discovery ping from 127.0.0.1\n") == 3
+    # The one that begins with a zero is as good as empty.
+    assert log.count("Got discovery ping\n") == 3 + len(ignored) - 1
+
+
+@pytest.mark.linux
+def test_configuration_from_the_registry(node):
+    REGISTRY.parent.mkdir()
+    REGISTRY.write_text(
+        "# installed\n[SOFTWARE/Autodesk/3dsMax/15.0/MAX-1:409]\n"
+        "Installdir=C:\\Program Files\\Autodesk\\3ds Max 2013\\\n"
+        "[software\\autodesk\\3DSMAXDESIGN\\16.0\\max-1:407]\nINSTALLDIR = D:\\Design\n"
+        "[SOFTWARE/Autodesk/3dsMaxDesign/17.0]\nInstalldir=/design/neutral\n"
+        "[SOFTWARE/Autodesk/3dsMax/17.0/MAX-1:409]\nInstalldir=/plain/english\n"
+        "[SOFTWARE/Autodesk/3dsMaxDesign/18.0/MAX-1:804]\nInstalldir=/design/chinese\n"
+        "[SOFTWARE/Autodesk/3dsMax/18.0/MAX-1:804]\nInstalldir=/plain/chinese\n"
+        "[SOFTWARE/Autodesk/3dsMax/12.0]\nInstalldir=/too/old\n")
+    found = {2013: "C:/Program Files/Autodesk/3ds Max 2013/", 2014: "D:/Design",
+             2015: "/design/neutral", 2016: "/plain/chinese"}
+    node.start()
+    file = node.data / "DrConfig-1.00.txt"
+    default = (
+        "RetainEXR = false\n#Here are 3dsmax versions found on this computer. Uncomment any of the"
+        " line and change the path to override the path to 3dsmax.\n")
+    assert file.read_text() == default + "".join(f"#{y} {f}\n" for y, f in found.items())
+    log = node.final_log()
+    assert ("Cannot read the config file, default one will be created\n"
+            "Creating default DrConfig-1.00.txt: found 4 3ds max versions\n") in log
+    assert log.endswith("Available 3dsmax versions:\n" + "".join(
+        f"{year}: {folder}\n" for year, folder in found.items()))
+
+    # The file overrides the registry; a year alone removes a host.
+    file.write_text(default + "2013\n2011 /added\n")
+    node.start()
+    shown = {2011: "/added", **found}
+    del shown[2013]
+    assert node.final_log().endswith("versions:\n" + "".join(
+        f"{year}: {folder}\n" for year, folder in shown.items()))
+    # A folder in the file's place is an empty file.
+    file.unlink()
+    file.mkdir()
+    node.start()
+    log = node.final_log()
+    assert "config" not in log and "2013: C:/" in log
+
+    REGISTRY.unlink()
+    file.rmdir()
+    node.start()
+    assert file.read_text() == default
+    log = node.final_log()
+    assert log.endswith("Available 3dsmax versions:\n")
+    assert (
+        "Warning: no 3ds max versions detected on the machine. You can add them by hand in the"
+        " config.txt file. Example syntax: 2013 C:/Program Files/Autodesk/3ds max 2013\n") in log
+
+
+@pytest.mark.parametrize("in_the_way", ["drData", "drData/DrLog.txt", "drData/DrConfig-1.00.txt"])
+def test_folder_that_cannot_be_written(node, in_the_way):
+    data = seen(node.data) + "/"
+    config, log_file = (
+        f"{CAPTION}Fatal error: Cannot create default config file.\n\nThis probably means that you"
+        " need to run the application as administrator, or clear some space on HDD.\n\nReason: Cannot"
+        f" open/read/write file '{data}DrConfig-1.00.txt'\n",
+        f"{CAPTION}Cannot write in folder '{data}'. The server will now close. Try running it again"
+        " as administrator.\n")
+    if in_the_way == "drData":
+        node.data.touch()
+        expected = config + log_file
+    elif in_the_way.endswith("DrLog.txt"):
+        (node.folder / in_the_way).mkdir(parents=True)
+        expected = log_file
+    else:
+        node.data.mkdir()
+        (node.folder / in_the_way).symlink_to("no folder/no file")
+        expected = config
+    node.spawn()
+    assert (node.ended(), node.errors()) == (1, expected)
+
+
+@pytest.mark.linux
+@pytest.mark.parametrize("how", [signal.SIGTERM, signal.SIGINT])
+def test_stop_during_a_job(node, how):
+    node.ready(*ONLINE, "await stopping", "dump dumpA.exr 1000", "hear", "close", "await end")
+    with Master() as master:
+        master.job()
+        node.wait_for("DR is running")
+        node.server.send_signal(how)
+        node.allow(2014, "stopping")
+        assert master.image() == image(1000)
+        master.send(END_RENDER)
+        node.wait_for("Closed loopback connection")
+        assert node.server.poll() is None
+        node.allow(2014, "end")
+        assert master.at_end()
+    assert node.ended() == 0
+    assert node.errors() == "" and node.scenes() == []
+    assert node.log().endswith("DR is finished\nClosed loopback connection\n\n\n"
+                               "Ready for new connection\n")
+
+
+@pytest.mark.linux
+def test_server_killed_while_the_host_runs(node):
+    node.ready(*ONLINE, "mark online", "await end")
+    with Master() as master:
+        master.job()
+        eventually((node.host(2014) / "online").exists)
+        open_streams = [text.split()[0] for word, text in node.started_host() if word == "open"]
+        assert sorted(open_streams) == ["0", "1", "2"]
+        node.server.kill()
+        assert node.ended() == -signal.SIGKILL
+        assert master.dropped()
+    node.start()
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sock, Master() as master:
+        sock.settimeout(PATIENCE)
+        assert finds_node(sock)
+        assert master.shake(version="max2017").at_end()
+    node.allow(2014, "end")
+
+
+@pytest.mark.linux
+def test_twenty_jobs_leave_nothing_open(node):
+    def descriptors():
+        folder = f"/proc/{node.server.pid}/fd"
+        return {name: os.readlink(f"{folder}/{name}") for name in os.listdir(folder)}
+
+    node.ready(*ONLINE, "hear", "dump dumpA.exr 1000", "gone dumpA.exr", "close")
+    before = descriptors()
+    for _ in range(20):
+        with Master() as master:
+            master.job().send(END_RENDER)
+            assert master.image() == image(1000)
+            assert master.at_end()
+    eventually(lambda: descriptors() == before, lambda: (before, descriptors()))
+    assert not (node.data / "retainedImages").exists()
+
+
+@pytest.mark.linux
+@pytest.mark.skipif("ORVANE_SANITIZED" in os.environ, reason="a sanitizer needs endless memory")
+def test_fatal_error_of_a_worker(node):
+    node.ready("exit 0")
+    pages = int(Path(f"/proc/{node.server.pid}/statm").read_text().split()[0])
+    limit = pages * resource.getpagesize() + 500_000  # no room for another thread's stack
+    resource.prlimit(node.server.pid, resource.RLIMIT_AS, (limit, limit))
+    with Master() as master:
+        master.job()
+        assert node.ended() == -signal.SIGABRT
+    assert node.errors().startswith("WTF\n")

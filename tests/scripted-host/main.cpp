@@ -1,0 +1,180 @@
+// A stand-in for the host's command-line renderer. It writes down how it was started and then
+// follows plan.txt, which lies beside it: one command per line, see Host::commands.
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <sstream>
+#include <thread>
+
+#include "OrvaneCore/FileSystem.h"
+#include "protocol/Framing.h"
+#include "protocol/Ports.h"
+#include "protocol/SocketLibrary.h"
+
+using namespace Orvane;
+
+namespace {
+
+constexpr int patienceSeconds = 120;
+
+[[noreturn]] void fail(const std::string& what) {
+    std::cerr << "scripted host: " << what << std::endl;
+    std::exit(99);
+}
+
+bool exists(const std::string& path) {
+    return FileSystem::isRegularFile(path);
+}
+
+void waitUntil(const std::string& what, const std::function<bool()>& condition) {
+    constexpr std::chrono::milliseconds pollPeriod{20};
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(patienceSeconds);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            fail("waited in vain for " + what);
+        std::this_thread::sleep_for(pollPeriod);
+    }
+}
+
+/// Bytes that no two sizes share.
+std::string imageBytes(std::size_t size) {
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<char>((i + size) % 251);
+    return bytes;
+}
+
+std::pair<std::string, std::size_t> nameAndSize(const std::string& argument) {
+    const std::size_t blank = argument.rfind(' ');
+    return {argument.substr(0, blank), std::stoul(argument.substr(blank + 1))};
+}
+
+/// Files appear whole to whoever waits for them.
+void writeWhole(const std::string& path, const std::string& bytes) {
+    const std::string temporary = path + ".tmp";
+    std::ofstream(temporary, std::ios::binary) << bytes;
+    if (std::rename(temporary.c_str(), path.c_str()) != 0)
+        fail("cannot write " + path);
+}
+
+class Host {
+  public:
+    Host(int count, char** values) : arguments(values, values + count) {
+        folder = arguments[0].substr(0, arguments[0].find_last_of("/\\") + 1);
+        for (const std::string& argument : arguments) {
+            const std::string output = "-o:", image = "/dr_out.png";
+            if (argument.starts_with(output) && argument.ends_with(image))
+                dataFolder =
+                    argument.substr(output.size(), argument.size() - output.size() - image.size());
+        }
+        std::remove((folder + "heard.bin").c_str());
+        writeWhole(folder + "record.txt", howItWasStarted());
+    }
+
+    void follow() {
+        std::ifstream plan(folder + "plan.txt", std::ios::binary);
+        for (std::string line; std::getline(plan, line);) {
+            const std::size_t blank = line.find(' ');
+            const auto command = commands.find(line.substr(0, blank));
+            if (command == commands.end())
+                fail("unknown command in plan: " + line);
+            command->second(blank == line.npos ? "" : line.substr(blank + 1));
+        }
+    }
+
+  private:
+    std::string howItWasStarted() const {
+        std::ostringstream record;
+        for (std::size_t i = 1; i < arguments.size(); ++i)
+            record << "argument " << arguments[i] << '\n';
+        record << "folder " << toAnsi(FileSystem::workingDirectory()) << '\n';
+        std::error_code none;  // no such folder on Windows
+        for (const auto& open : std::filesystem::directory_iterator("/proc/self/fd", none)) {
+            const std::string target = std::filesystem::read_symlink(open, none).string();
+            if (!target.starts_with("/proc/"))  // the listing itself
+                record << "open " << open.path().filename().string() << ' ' << target << '\n';
+        }
+        return record.str();
+    }
+
+    void connect(const std::string&) {
+        server = Connection::connect("127.0.0.1", loopbackPort, patienceSeconds);
+        if (server == nullptr)
+            fail("cannot connect");
+    }
+    void hear(const std::string&) {
+        String text;
+        if (readMessage(*server, text, patienceSeconds) != 0)
+            fail("heard no whole message");
+        std::ofstream(folder + "heard.bin", std::ios::binary | std::ios::app)
+            << toAnsi(text) << '\0' << std::flush;
+    }
+    void say(const std::string& text) {
+        if (writeMessage(*server, text, patienceSeconds) != 0)
+            fail("cannot say " + text);
+    }
+    void dump(const std::string& argument) {
+        const auto [name, size] = nameAndSize(argument);
+        writeWhole(dataFolder + name, imageBytes(size));
+    }
+    void begin(const std::string& argument) {
+        const auto [name, size] = nameAndSize(argument);
+        const std::string bytes = imageBytes(size);
+        growing.open(dataFolder + name, std::ios::binary);
+        growing << bytes.substr(0, size / 2) << std::flush;
+        rest = bytes.substr(size / 2);
+    }
+    void complete(const std::string&) {
+        growing << rest;
+        growing.close();
+    }
+    void leave(const std::string&) {
+        char byte = 0;
+        server->setTimeout(patienceSeconds);
+        while (server->read(&byte, 1) == 1) {
+        }
+    }
+
+    using Command = std::function<void(const std::string& argument)>;
+    Command method(void (Host::*member)(const std::string&)) {
+        return [this, member](const std::string& argument) { (this->*member)(argument); };
+    }
+
+    std::vector<std::string> arguments;
+    std::string folder;      // of this program, ends in a separator
+    std::string dataFolder;  // where dumps go, ends in a separator
+    std::unique_ptr<Connection> server;
+    std::ofstream growing;
+    std::string rest;
+    const std::map<std::string, Command> commands = {
+        {"connect", method(&Host::connect)},
+        {"hear", method(&Host::hear)},    // one message, into heard.bin
+        {"say", method(&Host::say)},      // TEXT and a zero
+        {"leave", method(&Host::leave)},  // until the server ends the connection
+        {"close", [this](const auto&) { server->close(); }},
+        {"dump", method(&Host::dump)},    // NAME SIZE, renamed into place
+        {"begin", method(&Host::begin)},  // NAME SIZE: half of it, under its final name
+        {"complete", method(&Host::complete)},
+        {"gone",  // NAME: a dump has been relayed
+         [this](const auto& name) {
+             waitUntil("relay of " + name, [&] { return !exists(dataFolder + name); });
+         }},
+        {"await",  // NAME: the test has put this file beside the plan
+         [this](const auto& name) { waitUntil(name, [&] { return exists(folder + name); }); }},
+        {"mark", [this](const auto& name) { writeWhole(folder + name, ""); }},
+        {"print", [](const auto& text) { std::cout << text << std::endl; }},
+        {"exit", [](const auto& status) { std::exit(std::stoi(status)); }},
+    };
+};
+
+}  // namespace
+
+int main(int count, char** values) {
+    const SocketLibrary sockets;
+    Host(count, values).follow();
+    return 0;
+}

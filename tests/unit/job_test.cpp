@@ -1,0 +1,102 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "config/DrConfig.h"
+#include "server/LaunchCommand.h"
+
+using namespace Orvane;
+
+namespace {
+
+/// Reads the lines of a real file over hosts that were known before.
+void load(DrConfig& config, const std::string& lines) {
+    const char* const path = "DrConfig-under-test.txt";
+    std::ofstream(path, std::ios::binary) << lines;
+    DrLog log;
+    config.load(path, log);
+}
+
+std::string host(const DrConfig& config, std::int32_t year) {
+    return toAnsi(config.hostPath(year));
+}
+
+TEST(DrConfig, RetainExrValues) {
+    const std::pair<const char*, bool> cases[] = {{"RetainEXR = true", true},
+                                                  {"retainexr=true", true},
+                                                  {"RETAINEXRtrue", true},
+                                                  {"RetainEXR = true \t\r", true},
+                                                  {"RetainEXR = True", false},
+                                                  {"RetainEXR = TRUE", false},
+                                                  {"RetainEXR = 1", false},
+                                                  {"RetainEXR = true # keep", false},
+                                                  {"RetainEXR\nRetainEXR=true", true},
+                                                  {"RetainEXR=true\nRetainEXR", false},
+                                                  {"foo\nRetainEXR=true", false},
+                                                  {"xRetainEXR = true", false},
+                                                  {"2017 D:/Max\nRetainEXR=true", false}};
+    for (const auto& [lines, expected] : cases) {
+        DrConfig config;
+        load(config, lines);
+        EXPECT_EQ(config.retainExr, expected) << lines;
+    }
+}
+
+TEST(DrConfig, VersionLines) {
+    DrConfig config;
+    load(config, "\xE9\n2011 never read\n");
+    const std::string before = host(config, 2011);
+    EXPECT_NE(before, "never read");
+    load(config,
+         "2011 C:/Program Files/Autodesk/3ds max 2011\n"
+         "  \t # 2012 comment\r\n\n"
+         "2012 first\n2012   D:/Max \x80 # no comment \r\n"
+         "02013 X\n"
+         "2014D:/close\n+2015 sign\n"
+         "2016 " +
+             std::string(2000, 'x') + "\n2010 old\n2011 behind the error");
+    EXPECT_EQ(host(config, 2011), "C:/Program Files/Autodesk/3ds max 2011");
+    EXPECT_EQ(host(config, 2012), "D:/Max \x80 # no comment");
+    EXPECT_EQ(host(config, 2013), "3 X");
+    EXPECT_EQ(host(config, 2014), "D:/close");
+    EXPECT_EQ(host(config, 2015), "5 sign");
+    EXPECT_EQ(host(config, 2016), std::string(2000, 'x'));
+    EXPECT_EQ(host(config, 2010) + host(config, 2017), "");
+    load(config, "2012\n2013");
+    EXPECT_EQ(host(config, 2012) + host(config, 2013), "");
+}
+
+TEST(LaunchCommand, KeepsItsPiecesAndOrder) {
+    DrConfig config;
+    config.dataFolder = "C:/work/drData/";
+    const std::string scene = "C:/work/drData//received_scene_1.max";
+    const std::string common =
+        "3dsmaxcmd.exe\" \"" + scene + "\" -o:\"C:/work/drData//dr_out.png\" -frames:";
+    const std::string options = " -continueOnError -gammaCorrection:1 -rfw:1 -sf -v:5 ";
+    const std::string log = " >> \"C:/work/drData//MaxLog.txt\"";
+    for (const std::string folder : {"C:/Max/", "C:\\Max\\"})
+        EXPECT_EQ(toAnsi(launchCommand(folder, scene, config, {"max2014", "", "0"})),
+                  "echo Starting 3ds max DR... && \"" + folder + common + "0" + options + log);
+    EXPECT_EQ(toAnsi(launchCommand("C:/Max", scene, config, {"max2014", "Cam 1", ""})),
+              "echo Starting 3ds max DR... && \"C:/Max/" + common + options +
+                  " -camera: \"Cam 1\" " + log);
+}
+
+TEST(LaunchCommand, RefusesWhatAnInterpreterWouldActUpon) {
+    const auto refusal = [](const char* frame, const char* camera) {
+        return toAnsi(refusalOf({"max2014", camera, frame}));
+    };
+    EXPECT_EQ(refusal("", ""), "");
+    EXPECT_EQ(refusal("1-5,7:a.Z+_", "Cam\xE9ra 1; | & > < ' # ! \x80"), "");
+    for (int code = 1; code < 256; ++code) {
+        const std::string text(1, static_cast<char>(code));
+        const bool frameAllowed = (code < 128 && std::isalnum(code) != 0) ||
+                                  std::string(",-.:+_").find(text) != std::string::npos;
+        EXPECT_EQ(refusal(text.c_str(), "").starts_with("FrameName"), !frameAllowed) << code;
+        const bool nowhereAllowed = code < 32 || code == 127 || code == '"';
+        EXPECT_TRUE(!nowhereAllowed || refusal("", text.c_str()).starts_with("CameraName")) << code;
+    }
+}
+
+}  // namespace

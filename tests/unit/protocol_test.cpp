@@ -1,0 +1,190 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "OrvaneCore/Exception.h"
+#include "OrvaneCore/FileSystem.h"
+#include "protocol/DrMessage.h"
+#include "protocol/FileTransfer.h"
+#include "protocol/Framing.h"
+#include "protocol/Listener.h"
+#include "protocol/SocketLibrary.h"
+
+using namespace Orvane;
+
+namespace {
+
+TEST(DrMessage, PrintsOneElementPerLine) {
+    EXPECT_EQ(buildMessage(Tag::remote, "HandshakeResponse", "ok"),
+              String("<OrvaneDrRemote>\n\t<HandshakeResponse>ok</HandshakeResponse>\n"
+                     "</OrvaneDrRemote>\n"));
+    DrMessage message("Root");
+    message.writeFrameInfo({"max2014", "a<b>&\"c' \x80", "1"});
+    const String text = message.print();
+    EXPECT_EQ(text, String("<Root>\n\t<FrameName>1</FrameName>\n\t<HostVersion>max2014"
+                           "</HostVersion>\n\t<CameraName>a&lt;b&gt;&amp;&quot;c&apos; \x80"
+                           "</CameraName>\n</Root>\n"));
+    FrameInfo info;
+    info.frameName = "left over";
+    EXPECT_TRUE(DrMessage::parse(text).readFrameInfo(info));
+    EXPECT_EQ(info.cameraName, String("a<b>&\"c' \x80"));
+    EXPECT_TRUE(DrMessage::parse("<r><CameraName>1</CameraName><CameraName>2</CameraName></r>")
+                    .readFrameInfo(info));
+    EXPECT_EQ(info.cameraName + "," + info.frameName, String("1,"));
+    EXPECT_FALSE(DrMessage::parse("").readFrameInfo(info));
+}
+
+TEST(DrMessage, MessageHas) {
+    const auto has = [](const std::string& text) { return messageHas(text, "r", "c", "v"); };
+    for (const char* text :
+         {"<r><c>v</c></r>", " \r\n<r>\n\t<c>v</c>\n</r>\n", "<r><b/><c>v</c></r>",
+          "<r><c>v</c><c>w</c></r>", "<?xml version=\"1.0\"?><r><c>v</c></r>",
+          "<r x='1'><c>&#118;</c></r>"})
+        EXPECT_TRUE(has(text)) << text;
+    for (const char* text :
+         {"", "v", "<r><c>v</c>", "<r><c>v </c></r>", "<r><c> v</c></r>", "<r><c>V</c></r>",
+          "<R><c>v</c></R>", "<r><C>v</C></r>", "<r><c></c></r>", "<r/>", "<r><c>v</c></r><r/>",
+          "<q/><r><c>v</c></r>", "<r><c>w</c><c>v</c></r>", "<r><b><c>v</c></b></r>",
+          "<r><c>vv</c></r>"})
+        EXPECT_FALSE(has(text)) << text;
+    EXPECT_TRUE(messageHas("<x><y>v</y></x>", "", "", "v"));
+    EXPECT_FALSE(messageHas("<x><y>v</y></x>", "", "z", "v"));
+    std::string nested;
+    for (int i = 0; i < 8000; ++i)
+        nested += "<a>";
+    EXPECT_FALSE(messageHas(nested, "a", "a", ""));
+}
+
+/// Two ends of one connection over the loopback interface.
+class Streams : public testing::Test {
+  protected:
+    void SetUp() override {
+        std::unique_ptr<Listener> listener;
+        unsigned short port = 20000;
+        do
+            listener = std::make_unique<Listener>(Listener::Reach::Loopback, ++port, patience);
+        while (!listener->isOk());
+        near = Connection::connect("127.0.0.1", port, patience);
+        far = listener->accept();
+        ASSERT_TRUE(near != nullptr && far != nullptr);
+        near->setTimeout(patience);
+        far->setTimeout(patience);
+    }
+
+    void send(const std::string& bytes) {
+        EXPECT_EQ(far->write(bytes.data(), bytes.size()), bytes.size());
+    }
+    void sendFileHead(std::int64_t size) {
+        EXPECT_EQ(far->write(&size, sizeof(size)), sizeof(size));
+    }
+    std::string receive(std::size_t size) {
+        std::string bytes(size, '\0');
+        bytes.resize(far->read(bytes.data(), size));
+        return bytes;
+    }
+
+    static constexpr int patience = 20;
+    SocketLibrary sockets;
+    std::unique_ptr<Connection> near, far;
+};
+
+TEST_F(Streams, MessagesEndWithAZeroAndNothingBehindItIsRead) {
+    send(std::string("one\0\0tw\x80\xE9\0rest", 14));
+    String text;
+    for (const char* expected : {"one", "", "tw\x80\xE9"}) {
+        EXPECT_EQ(readMessage(*near, text, patience), 0);
+        EXPECT_EQ(text, String(expected));
+    }
+    char rest[4];
+    EXPECT_EQ(near->read(rest, sizeof(rest)), sizeof(rest));
+    EXPECT_EQ(std::string(rest, sizeof(rest)), "rest");
+    EXPECT_EQ(writeMessage(*near, String(u"\u20AC\u4E2D"), patience), 0);
+    EXPECT_EQ(writeMessage(*near, "", patience), 0);
+    EXPECT_EQ(receive(4), std::string("\x80?\0\0", 4));
+
+    send("half");
+    EXPECT_EQ(readMessage(*near, text, 1), 1);
+    EXPECT_EQ(text, String("half"));
+    EXPECT_TRUE(near->isAlive());
+    send(std::string(65536, 'x') + '\0');
+    EXPECT_EQ(readMessage(*near, text, patience), 0);
+    EXPECT_EQ(text.length(), 65536);
+    send("cut");
+    far->close();
+    EXPECT_EQ(readMessage(*near, text, patience), 1);
+    EXPECT_EQ(text, String("cut"));
+    EXPECT_FALSE(near->isAlive());
+    EXPECT_EQ(readMessage(*near, text, patience) + writeMessage(*near, text, patience), 2);
+}
+
+TEST_F(Streams, AnEndlessMessageIsRefused) {
+    send(std::string(65537, 'x'));
+    String text;
+    EXPECT_EQ(readMessage(*near, text, patience), 1);
+    EXPECT_FALSE(near->isAlive());
+}
+
+std::string patternBytes(std::size_t size) {
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<char>(i * 31 % 253);
+    return bytes;
+}
+
+std::string fileBytes(const char* path) {
+    std::ostringstream bytes;
+    bytes << std::ifstream(path, std::ios::binary).rdbuf();
+    return bytes.str();
+}
+
+TEST_F(Streams, FilesTravelWhole) {
+    for (const std::size_t size : {0, 1, 65535, 65536, 65537, 3000000}) {
+        const std::string bytes = patternBytes(size);
+        std::ofstream("sent.bin", std::ios::binary) << bytes;
+        int sent = -1;
+        std::thread sender([&] { sent = sendFile(*far, "sent.bin"); });
+        EXPECT_EQ(receiveFile(*near, "received.bin"), 0);
+        sender.join();
+        EXPECT_EQ(sent, 0);
+        EXPECT_TRUE(fileBytes("received.bin") == bytes) << size;
+    }
+    std::ofstream("sent.bin", std::ios::binary) << "abc";
+    EXPECT_EQ(sendFile(*near, "sent.bin"), 0);
+    EXPECT_EQ(receive(11), std::string("\3\0\0\0\0\0\0\0abc", 11));
+    EXPECT_THROW(sendFile(*near, "no such file"), Exception);
+    EXPECT_THROW(receiveFile(*near, "no folder/file"), Exception);
+}
+
+TEST_F(Streams, AShortFileIsFilledUpToItsChunk) {
+    const std::string bytes = patternBytes(70000);
+    sendFileHead(100000);
+    send(bytes);
+    far->close();
+    EXPECT_EQ(receiveFile(*near, "received.bin"), 1);
+    EXPECT_TRUE(fileBytes("received.bin") == bytes + bytes.substr(4464, 30000));
+    EXPECT_EQ(receiveFile(*near, "untouched.bin") + sendFile(*near, "received.bin"), 2);
+    EXPECT_EQ(FileSystem::fileSize("untouched.bin"), -1);
+}
+
+TEST_F(Streams, OnlyZerosFillUpTheFirstChunk) {
+    sendFileHead(1000);
+    send("abc");
+    far->close();
+    EXPECT_EQ(receiveFile(*near, "received.bin"), 1);
+    EXPECT_TRUE(fileBytes("received.bin") == "abc" + std::string(997, '\0'));
+}
+
+TEST_F(Streams, ImpossibleSizesAreRefused) {
+    sendFileHead(std::numeric_limits<std::int64_t>::min());
+    EXPECT_EQ(receiveFile(*near, "received.bin"), 1);
+    EXPECT_EQ(FileSystem::fileSize("received.bin"), 0);
+    sendFileHead(std::numeric_limits<std::int64_t>::max());
+    EXPECT_THROW(receiveFile(*near, "received.bin"), Exception);
+    send("1234567");
+    far->close();
+    EXPECT_EQ(receiveFile(*near, "received.bin"), 1);
+}
+
+}  // namespace

@@ -1,0 +1,204 @@
+#include <algorithm>
+#include <functional>
+#include <memory>
+
+#include "CheckReport.h"
+#include "Commands.h"
+#include "Discovery.h"
+#include "Image.h"
+#include "JobGoal.h"
+#include "JobSession.h"
+#include "NativePath.h"
+#include "OrvaneCore/RandomSource.h"
+#include "SceneFile.h"
+#include "protocol/Ports.h"
+
+namespace Orvane {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+/// A free server answers at once; one that was just left by a bogus master within five seconds.
+constexpr milliseconds handshakePatience{6000};
+/// A server looks for pings three times a second.
+constexpr milliseconds pingWindow{1000};
+
+long long millisecondsSince(Clock::time_point start) {
+    return std::chrono::duration_cast<milliseconds>(Clock::now() - start).count();
+}
+
+std::string secondsText(long long time) {
+    return std::to_string(time / 1000) + "." + std::to_string(time % 1000 / 100) + " s";
+}
+
+/// A folder of its own for the images of a check, gone with it.
+class TemporaryFolder {
+  public:
+    TemporaryFolder()
+        : path(std::filesystem::temp_directory_path() /
+               ("dr-master-" + std::to_string(randomNumber()))) {
+        std::filesystem::create_directory(path);
+    }
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    const std::filesystem::path path;
+};
+
+class Check {
+  public:
+    explicit Check(const CheckOptions& checkOptions)
+        : options(checkOptions), report(checkOptions.server, checkOptions.json) {}
+
+    ExitStatus run() {
+        if (look("name", [this](Finding& finding) { checkName(finding); })) {
+            const bool open = look("port", [this](Finding& finding) { checkPort(finding); });
+            const bool free =
+                open && look("handshake", [this](Finding& finding) { checkHandshake(finding); });
+            look("discovery", [this, open](Finding& finding) { checkDiscovery(finding, open); });
+            if (free && !options.scene.empty())
+                look("job", [this](Finding& finding) { checkJob(finding); });
+        }
+        return report.finish();
+    }
+
+  private:
+    /// Answers whether it was found in order.
+    bool look(const std::string& subject, const std::function<void(Finding&)>& examine) {
+        Finding finding;
+        finding.subject = subject;
+        try {
+            examine(finding);
+        } catch (const Failure& failure) {
+            finding.status = failure.status;
+            finding.text = failure.what();
+            finding.remedy = failure.remedy;
+        }
+        const bool ok = finding.isOk();
+        report.add(std::move(finding));
+        return ok;
+    }
+
+    void checkName(Finding& finding) {
+        const auto found = resolve(options.server);
+        if (!found)
+            throw Failure(ExitStatus::Unreachable, "The name '" + options.server + "' is not known",
+                          "Check the spelling, or give the address in digits.");
+        address = *found;
+        finding.text = options.server + " is " + toAnsi(address);
+    }
+
+    void checkPort(Finding& finding) {
+        const auto start = Clock::now();
+        connection = connectToServer(address);
+        finding.figures["milliseconds"] = millisecondsSince(start);
+        finding.text = "TCP port " + std::to_string(masterPort) + " is open";
+    }
+
+    void checkHandshake(Finding& finding) {
+        const auto start = Clock::now();
+        // The server answers first and looks at the version then; no host is ever started for this.
+        FrameInfo nothingToDo;
+        nothingToDo.hostVersion = "chk0";
+        const JobSession session(std::move(connection), nothingToDo, handshakePatience);
+        const long long time = millisecondsSince(start);
+        finding.figures["milliseconds"] = time;
+        finding.text = "answered after " + std::to_string(time) + " ms";
+    }
+
+    void checkDiscovery(Finding& finding, bool portIsOpen) {
+        auto nodes = surveyHostVersions(address, pingWindow);
+        for (const auto& [node, versions] : nodes)
+            hosts.insert(versions.begin(), versions.end());
+        describeHosts(finding);
+        if (hosts.empty())
+            throw noHosts(portIsOpen);
+        if (options.hostVersion && !hosts.contains(*options.hostVersion))
+            throw Failure(ExitStatus::NobodyAnswers,
+                          "No answer for 3ds Max " + std::to_string(*options.hostVersion) +
+                              ", but for " + finding.text,
+                          "Configure the folder of that version in DrConfig-1.00.txt on the node "
+                          "and start the DR server again.");
+    }
+
+    void describeHosts(Finding& finding) const {
+        for (const auto& [version, delay] : hosts) {
+            const std::string year = std::to_string(version);
+            finding.text += (finding.text.empty() ? "3ds Max " : ", ") + year + " (" +
+                            std::to_string(delay.count()) + " ms)";
+            finding.figures["hostVersions"][year] = delay.count();
+        }
+    }
+
+    static Failure noHosts(bool portIsOpen) {
+        const std::string port = "UDP port " + std::to_string(discoveryPort);
+        if (portIsOpen)
+            return {ExitStatus::NobodyAnswers, "No answer for 3ds Max 2011 to 2016",
+                    "The server runs: name its host in DrConfig-1.00.txt and start it again, or "
+                    "open " +
+                        port + " in the firewall."};
+        return {ExitStatus::NobodyAnswers, "No answer for 3ds Max 2011 to 2016",
+                "Nothing shows that a DR server runs there."};
+    }
+
+    int versionOfJob() const {
+        if (options.hostVersion)
+            return *options.hostVersion;
+        return hosts.empty() ? firstHostVersion : hosts.begin()->first;
+    }
+
+    void checkJob(Finding& finding) const {
+        const auto scene = openScene(options.scene);
+        const TemporaryFolder folder;
+        const FrameInfo job{hostVersionText(versionOfJob()), {}, "0"};
+        JobSession session(connectToServer(address), job, handshakePatience);
+        ProgressBar progress("Scene");
+        session.sendScene(*scene, progress);
+        progress.clear();
+        JobGoal goal;
+        goal.images = 1;
+        goal.giveUp = milliseconds(static_cast<long long>(options.jobSeconds * 1000));
+        const auto start = Clock::now();
+        int images = 0;
+        long long firstImage = 0;
+        collectImages(session, goal, [&] {
+            if (images++ == 0)
+                firstImage = millisecondsSince(start);
+            takeImage(session, folder.path / "image.exr");
+        });
+        const long long wholeJob = millisecondsSince(start);
+        finding.figures = {{"firstImageMilliseconds", firstImage},
+                           {"jobMilliseconds", wholeJob},
+                           {"images", images}};
+        finding.text = "first image " + secondsText(firstImage) +
+                       " after the scene, job ended after " + secondsText(wholeJob) +
+                       "; images: " + std::to_string(images) + ", all whole";
+    }
+
+    static void takeImage(JobSession& session, const std::filesystem::path& path) {
+        ProgressBar progress("Image");
+        session.receiveImage(pathText(path), progress);
+        progress.clear();
+        readImage(path);
+    }
+
+    const CheckOptions& options;
+    CheckReport report;
+    String address;
+    std::unique_ptr<Connection> connection;
+    HostVersions hosts;
+};
+
+}  // namespace
+
+ExitStatus checkServer(const CheckOptions& options) {
+    return Check(options).run();
+}
+
+}  // namespace Orvane

@@ -1,0 +1,13 @@
+#include <unistd.h>
+
+#include "Terminal.h"
+
+namespace Orvane::Terminal {
+
+bool isPresent() {
+    return isatty(STDOUT_FILENO) == 1;
+}
+
+void prepare() {}
+
+}  // namespace Orvane::Terminal

@@ -1,0 +1,20 @@
+#include <io.h>
+#include <windows.h>
+
+#include "Terminal.h"
+
+namespace Orvane::Terminal {
+
+bool isPresent() {
+    constexpr int standardOutput = 1;
+    return _isatty(standardOutput) != 0;
+}
+
+void prepare() {
+    const HANDLE console = GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    if (GetConsoleMode(console, &mode) != 0)
+        SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+}
+
+}  // namespace Orvane::Terminal
