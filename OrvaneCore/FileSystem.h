@@ -45,7 +45,7 @@ class Listing {
 
     struct Entry {
         String name;
-        bool isFolder = false;
+        bool isFile = false;  // or a link to one; not a folder, pipe, device or dead link
     };
     /// The next entry; nothing at the end, or when there is no such folder.
     std::optional<Entry> next();

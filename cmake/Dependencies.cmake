@@ -2,9 +2,9 @@
 # library for the desktop program only) and RapidXml, which is headers alone.
 find_package(Threads REQUIRED)
 
-# Links one of the toolkit's libraries: the cross-built one brings CMake targets, the packaged one
-# variables.
-function(orvane_toolkit target)
+# Makes an interface target of the given parts of the toolkit: the cross-built one brings CMake
+# targets, the packaged one variables.
+function(orvane_add_toolkit target)
     find_package(wxWidgets REQUIRED COMPONENTS ${ARGN})
     add_library(${target} INTERFACE)
     if(TARGET wx::base)
@@ -12,14 +12,18 @@ function(orvane_toolkit target)
         target_link_libraries(${target} INTERFACE ${ARGN})
         return()
     endif()
-    separate_arguments(wxWidgets_CXX_FLAGS)
+    separate_arguments(flags UNIX_COMMAND "${wxWidgets_CXX_FLAGS}")
     target_compile_definitions(${target} INTERFACE ${wxWidgets_DEFINITIONS})
     target_include_directories(${target} SYSTEM INTERFACE ${wxWidgets_INCLUDE_DIRS})
-    target_compile_options(${target} INTERFACE ${wxWidgets_CXX_FLAGS})
+    target_compile_options(${target} INTERFACE ${flags})
     target_link_libraries(${target} INTERFACE ${wxWidgets_LIBRARIES})
 endfunction()
 
-orvane_toolkit(toolkit_net net base)
+orvane_add_toolkit(toolkit_net net base)
+orvane_add_toolkit(toolkit_gui core net base)
+if(NOT WIN32)
+    find_package(X11 REQUIRED)
+endif()
 
 find_path(RAPIDXML_INCLUDE_DIR rapidxml/rapidxml_print.hpp REQUIRED)
 add_library(rapidxml INTERFACE)

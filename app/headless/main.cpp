@@ -2,7 +2,7 @@
 #include <thread>
 
 #include "OrvaneCore/Exception.h"
-#include "app/headless/StopSignal.h"
+#include "app/StopSignal.h"
 #include "protocol/SocketLibrary.h"
 #include "server/Startup.h"
 

@@ -11,6 +11,14 @@ linux_build_packages=(
     povray iproute2
 )
 
+# What the Windows build and its tests take beyond that.
+# shellcheck disable=SC2034
+windows_build_packages=(
+    mingw-w64 libz-mingw-w64-dev googletest dpkg-dev
+    nsis zip unzip
+    wine wine64 xvfb xauth
+)
+
 # install_packages PACKAGE...
 # Installs those that are missing. Without root, or where apt-get is missing, it names them on
 # standard error and fails.

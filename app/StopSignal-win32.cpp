@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include "app/headless/StopSignal.h"
+#include "app/StopSignal.h"
 
 namespace Orvane {
 

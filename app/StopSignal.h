@@ -1,0 +1,22 @@
+#pragma once
+
+#include <chrono>
+
+namespace Orvane {
+
+/// The ways in which a system asks a program to end other than through a window: SIGTERM, SIGINT
+/// and SIGHUP, or a Windows console's events. One per process, created on the main thread before
+/// any other thread.
+class StopSignal {
+  public:
+    StopSignal();
+    ~StopSignal();
+    StopSignal(const StopSignal&) = delete;
+    StopSignal& operator=(const StopSignal&) = delete;
+
+    /// Waits for `longest` at most, which may be zero; true when the program is to end. On Linux
+    /// one signal is reported once.
+    bool wait(std::chrono::milliseconds longest);
+};
+
+}  // namespace Orvane

@@ -1,0 +1,57 @@
+#include "app/desktop/DrApp.h"
+
+#include <wx/imagpng.h>
+#include <wx/log.h>
+#include <wx/socket.h>
+
+#include <cstdlib>
+
+#include "app/desktop/DisplayLoss.h"
+#include "app/desktop/DrWindow.h"
+
+namespace Orvane {
+
+bool DrApp::OnInit() {
+    // What the toolkit has to say is for whoever reads the terminal; its own choice are boxes.
+    delete wxLog::SetActiveTarget(new wxLogStderr);
+    // The program has no command line, so nothing on it is a reason not to start.
+    wxApp::OnInit();
+    wxSocketBase::Initialize();
+    wxImage::AddHandler(new wxPNGHandler);
+    watchForTheEnd();
+    auto* window = new DrWindow;
+    whenDisplayIsLost([window] { window->closeWithoutDisplay(); });
+    return true;
+}
+
+int DrApp::OnRun() {
+    const int status = wxApp::OnRun();
+    return DrWindow::hasFailed() ? EXIT_FAILURE : status;
+}
+
+void DrApp::watchForTheEnd() {
+    constexpr int stopPollMs = 250;
+    stopTimer = std::make_unique<wxTimer>();
+    stopTimer->Bind(wxEVT_TIMER, [this](wxTimerEvent&) { pollStopSignal(); });
+    stopTimer->Start(stopPollMs);
+    // Another program may still object to the end of the session; only then is it time to close.
+    Bind(wxEVT_QUERY_END_SESSION, [](wxCloseEvent&) {});
+    Bind(wxEVT_END_SESSION, [this](wxCloseEvent& event) {
+        if (GetTopWindow() != nullptr)
+            GetTopWindow()->Close(true);
+        event.Skip();
+    });
+}
+
+void DrApp::pollStopSignal() {
+    stopRequested = stopRequested || stopSignal.wait(std::chrono::milliseconds(0));
+    if (!stopRequested)
+        return;
+    // A box waits for a user, at start-up or for the last time, and there is none.
+    if (MessageBoxes::isOpen())
+        std::_Exit(EXIT_FAILURE);
+    if (GetTopWindow() != nullptr)
+        GetTopWindow()->Close(true);
+}
+
+}  // namespace Orvane

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <wx/app.h>
+#include <wx/timer.h>
+
+#include <memory>
+
+#include "app/StopSignal.h"
+#include "app/desktop/MessageBoxes.h"
+
+namespace Orvane {
+
+/// The desktop program: one log window, and the ways of ending other than closing it.
+class DrApp : public wxApp {
+  public:
+    bool OnInit() override;
+    /// Status 1 when the server ended by itself.
+    int OnRun() override;
+
+  private:
+    void watchForTheEnd();
+    void pollStopSignal();
+
+    StopSignal stopSignal;  // before the toolkit starts threads
+    MessageBoxes messageBoxes;
+    std::unique_ptr<wxTimer> stopTimer;
+    bool stopRequested = false;
+};
+
+}  // namespace Orvane

@@ -1,0 +1,191 @@
+#include "app/desktop/DrWindow.h"
+
+#include <wx/checkbox.h>
+#include <wx/evtloop.h>
+#include <wx/hyperlink.h>
+#include <wx/sizer.h>
+#include <wx/stattext.h>
+
+#include <chrono>
+#include <thread>
+
+#include "OrvaneCore/Exception.h"
+#include "OrvaneCore/FileSystem.h"
+#include "app/desktop/DisplayText.h"
+#include "app/desktop/FolderOpener.h"
+#include "app/desktop/LogText.h"
+#include "app/desktop/MessageBoxes.h"
+#include "app/desktop/MyIcon.h"
+#include "app/desktop/WindowIcon.h"
+#include "server/Startup.h"
+
+namespace Orvane {
+
+namespace {
+
+constexpr int saveImagesId = 3;
+constexpr int flushTimerId = 0;
+constexpr int borderPixels = 3;
+constexpr int stopPollMs = 50;
+
+}  // namespace
+
+bool DrWindow::failed = false;
+
+DrWindow::DrWindow()
+    : wxFrame(nullptr, wxID_ANY, wxString("Orvane Renderer DrServer | ") + versionText),
+      windowIcon(loadWindowIcon()),
+      flushTimer(this, flushTimerId) {
+    layOut();
+    Bind(wxEVT_CLOSE_WINDOW, &DrWindow::onClose, this);
+    Bind(wxEVT_ICONIZE, &DrWindow::onIconize, this);
+    SetIcon(windowIcon);
+    GetSizer()->Fit(this);
+    log.setView(textCtrl);
+    // Deleting a window that is still being made is not an option: start() closes it in the end.
+    log.setCloseHandler([] { failed = true; });
+    log.log("DR server started");
+    start();
+}
+
+DrWindow::~DrWindow() = default;
+
+void DrWindow::layOut() {
+    auto* column = new wxBoxSizer(wxVERTICAL);
+    saveImages = new wxCheckBox(this, saveImagesId, "[DEBUG] Save sent images");
+    saveImages->SetToolTip(
+        "When enabled, saves all images sent from this slave in the DR server folder for "
+        "debugging.");
+    column->Add(saveImages, 0, wxALL, borderPixels);
+    column->Add(makeFolderRow(), 0, wxALL, borderPixels);
+    column->Add(new wxStaticText(this, wxID_ANY, "Log:"), 0, wxALL, borderPixels);
+    textCtrl = new LogText(this);
+    column->Add(textCtrl, 1, wxEXPAND | wxALL, borderPixels);
+    SetSizer(column);
+}
+
+wxSizer* DrWindow::makeFolderRow() {
+    const String folder = FileSystem::workingDirectory();
+    const wxString shown = displayText(folder);
+    // Not the native control: on GTK it doubles underscores.
+    auto* link = new wxGenericHyperlinkCtrl(this, wxID_ANY, shown, shown);
+    // The toolkit would take the target for a web address.
+    link->Bind(wxEVT_HYPERLINK, [folder](wxHyperlinkEvent&) { openFolder(folder); });
+    link->Bind(wxEVT_MENU_OPEN, [this](wxMenuEvent&) { linkMenuOpen = true; });
+    link->Bind(wxEVT_MENU_CLOSE, [this](wxMenuEvent&) { linkMenuOpen = false; });
+    auto* row = new wxBoxSizer(wxHORIZONTAL);
+    row->Add(new wxStaticText(this, wxID_ANY, "Working directory:"), 0, wxALIGN_CENTER_VERTICAL);
+    row->Add(link, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, borderPixels);
+    return row;
+}
+
+void DrWindow::start() {
+    server = std::make_unique<DrServer>(log);
+    if (failed) {
+        Close(true);
+        return;
+    }
+    try {
+        openLogFile(log, *server);
+        Bind(wxEVT_CHECKBOX, &DrWindow::onSaveImagesToggled, this, saveImagesId);
+        trayIcon = new MyIcon(*this);
+        saveImages->SetValue(server->configuration().retainExr);
+        restoreFromTray();
+        logStartup(log, *server);
+    } catch (const Exception&) {
+        showFolderNotWritable(*server);
+        failed = true;
+        Close();
+        return;
+    }
+    log.setCloseHandler([this] { fail(); });
+    Bind(wxEVT_TIMER, &DrWindow::onFlushTimer, this, flushTimerId);
+    flushTimer.Start(DrLog::flushPeriodMs);
+}
+
+void DrWindow::fail() {
+    if (closing)
+        return;
+    failed = true;
+    Close();
+}
+
+void DrWindow::restoreFromTray() {
+    Iconize(false);
+    Show();
+    Raise();
+    if (trayIcon != nullptr)
+        trayIcon->showIcon(false);
+}
+
+bool DrWindow::mayClose() const {
+    // An open box or menu is further up on this very stack, and needs what closing would delete.
+    const bool menuOpen = linkMenuOpen || (trayIcon != nullptr && trayIcon->isMenuOpen());
+    return !closing && !menuOpen && !MessageBoxes::isOpen();
+}
+
+void DrWindow::stopServer() {
+    if (server == nullptr)
+        return;
+    server->requestStop();
+    // The log is shown until the end, and a box of a worker can be dismissed.
+    wxGUIEventLoop loop;
+    wxTimer poll;
+    poll.Bind(wxEVT_TIMER, [this, &loop](wxTimerEvent&) {
+        if (!server->isBusy())
+            loop.ScheduleExit();
+    });
+    poll.Start(stopPollMs);
+    loop.Run();
+    server.reset();
+}
+
+void DrWindow::closeWithoutDisplay() {
+    closing = true;
+    log.setView(nullptr);
+    if (server == nullptr)
+        return;
+    server->requestStop();
+    // A box can no longer be dismissed, and who asked for one will not go on without.
+    while (server->isBusy() && !MessageBoxes::isOpen()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(stopPollMs));
+        log.flush();
+    }
+    log.flush();
+}
+
+void DrWindow::onClose(wxCloseEvent& event) {
+    if (!mayClose()) {
+        if (event.CanVeto())
+            event.Veto();
+        return;
+    }
+    closing = true;
+    if (trayIcon != nullptr)
+        trayIcon->Destroy();
+    trayIcon = nullptr;
+    stopServer();
+    log.flush();
+    event.Skip();
+}
+
+void DrWindow::onIconize(wxIconizeEvent& event) {
+    // Restoring is announced in the same way. Without a notification area, or without an icon in
+    // it, a hidden window could not be reached.
+    if (event.IsIconized() && trayIcon != nullptr && trayIcon->showIcon(true))
+        Hide();
+}
+
+void DrWindow::onSaveImagesToggled(wxCommandEvent& event) {
+    if (server != nullptr)
+        server->configuration().retainExr = event.IsChecked();
+}
+
+void DrWindow::onFlushTimer(wxTimerEvent& /*event*/) {
+    log.flush();
+    // The notification area may go away, and the only way to the window with it.
+    if (trayIcon != nullptr && !IsShown() && !wxTaskBarIcon::IsAvailable())
+        restoreFromTray();
+}
+
+}  // namespace Orvane

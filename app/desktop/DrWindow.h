@@ -1,0 +1,64 @@
+#pragma once
+
+#include <wx/frame.h>
+#include <wx/icon.h>
+#include <wx/timer.h>
+
+#include <memory>
+
+#include "OrvaneCore/DrLog.h"
+#include "server/DrServer.h"
+
+class wxCheckBox;
+
+namespace Orvane {
+
+class LogText;
+class MyIcon;
+
+/// The log window. Owns the log, the server that writes it and the tray icon: the program lives as
+/// long as this window. Everything on the main thread; workers reach it through the log only.
+class DrWindow : public wxFrame {
+  public:
+    /// Starts the server, which may show message boxes, and shows the window. When it cannot go on
+    /// it has told the user and closed itself before it returns.
+    DrWindow();
+    ~DrWindow() override;
+
+    /// Un-minimises, shows and raises the window and removes the tray icon.
+    void restoreFromTray();
+
+    /// Stops the server as closing does, without touching what is on the display.
+    void closeWithoutDisplay();
+
+    /// Whether the server gave up, rather than being closed by somebody. For the program's exit
+    /// status, so it outlives the one window that a process has.
+    static bool hasFailed() { return failed; }
+
+  protected:
+    DrLog log;
+
+  private:
+    void layOut();
+    wxSizer* makeFolderRow();
+    void start();
+    void fail();
+    bool mayClose() const;
+    void stopServer();
+    void onClose(wxCloseEvent& event);
+    void onIconize(wxIconizeEvent& event);
+    void onSaveImagesToggled(wxCommandEvent& event);
+    void onFlushTimer(wxTimerEvent& event);
+
+    wxCheckBox* saveImages = nullptr;
+    LogText* textCtrl = nullptr;
+    wxIcon windowIcon;
+    wxTimer flushTimer;
+    MyIcon* trayIcon = nullptr;        // ended with Destroy()
+    std::unique_ptr<DrServer> server;  // before the log and the controls go
+    bool linkMenuOpen = false;
+    bool closing = false;
+    static bool failed;
+};
+
+}  // namespace Orvane

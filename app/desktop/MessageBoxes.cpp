@@ -1,0 +1,49 @@
+#include "app/desktop/MessageBoxes.h"
+
+#include <wx/app.h>
+#include <wx/msgdlg.h>
+#include <wx/thread.h>
+
+#include <future>
+#include <memory>
+
+#include "OrvaneCore/MessageBox.h"
+#include "app/desktop/DisplayText.h"
+
+namespace Orvane {
+
+std::atomic<int> MessageBoxes::open = 0;
+
+namespace {
+
+void showBox(const String& caption, const String& text) {
+    const bool isWarning = caption == String(errorCaption);
+    wxMessageBox(displayText(text), displayText(caption),
+                 isWarning ? wxOK | wxICON_EXCLAMATION : wxOK);
+}
+
+void showBoxOfWorker(const String& caption, const String& text) {
+    // Shared, because the worker may be gone before the promise has finished being kept.
+    const auto dismissed = std::make_shared<std::promise<void>>();
+    wxTheApp->CallAfter([caption, text, dismissed] {
+        showBox(caption, text);
+        dismissed->set_value();
+    });
+    dismissed->get_future().wait();
+}
+
+}  // namespace
+
+MessageBoxes::MessageBoxes() {
+    setMessageBoxHandler([](const String& caption, const String& text) {
+        ++open;
+        wxIsMainThread() ? showBox(caption, text) : showBoxOfWorker(caption, text);
+        --open;
+    });
+}
+
+MessageBoxes::~MessageBoxes() {
+    setMessageBoxHandler(nullptr);
+}
+
+}  // namespace Orvane

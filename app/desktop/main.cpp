@@ -1,0 +1,3 @@
+#include "app/desktop/DrApp.h"
+
+wxIMPLEMENT_APP(Orvane::DrApp);

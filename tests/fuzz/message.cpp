@@ -1,0 +1,22 @@
+#include "protocol/DrMessage.h"
+
+#include "input.h"
+
+using namespace Orvane;
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const String text = toWide(bytesOf(data, size));
+    messageHas(text, Tag::remote, "HandshakeInit", "init");
+    messageHas(text, "", "", "");
+    try {
+        toAnsi(DrMessage::parse(text).print());
+    } catch (const MalformedMessage&) {
+    }
+    // What is built here is understood there. A value of nothing but blanks counts as empty, and a
+    // text ends at its first zero.
+    const String value = toWide(bytesOf(data, size).substr(0, bytesOf(data, size).find('\0')));
+    const bool blank = toAnsi(value).find_first_not_of(" \t\r\n") == std::string::npos;
+    mustHold(messageHas(buildMessage(Tag::command, "Command", value), Tag::command, "Command",
+                        blank ? String() : value));
+    return 0;
+}
