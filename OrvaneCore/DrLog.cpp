@@ -28,8 +28,9 @@ void DrLog::writeBatch() {
     const std::lock_guard<std::recursive_mutex> hold(logLock);
     if (view != nullptr)
         view->append(pendingText);
-    logFile.write(pendingText);
-    std::fputs(pendingText.narrow(), stdout);
+    const char* ansi = pendingText.narrow();
+    logFile.write(ansi);
+    std::fputs(ansi, stdout);
     std::fflush(stdout);
     pendingText.truncate(0);
 }
