@@ -190,7 +190,7 @@ def any_answer(attempt):
 def test_disk_that_fails(node):
     node.data.mkdir()
     subprocess.run(["mount", "-t", "tmpfs", "-o", "size=1m", "none", node.data], check=True)
-    node.configure(f"2014 {node.install(2014, *ONLINE, 'dump dumpA.exr 400000', 'hear', 'close')}",
+    node.configure(f"2014 {seen(node.install(2014, *ONLINE, 'dump dumpA.exr 400000', 'hear', 'close'))}",
                    "RetainEXR = true")
     node.start()
     filler = node.data / "of-others"
