@@ -25,7 +25,7 @@ class DrLog {
     static constexpr int flushPeriodMs = 500;
     /// Characters that wait for a batch to be written. Only a disk or terminal that takes nothing
     /// for hours makes them so many; lines beyond are counted and left out.
-    static constexpr std::int32_t mostPendingCharacters = 4 * 1024 * 1024;
+    static constexpr std::int32_t mostPendingCharacters = 128 * 1024 * 1024;
 
     DrLog() = default;
     DrLog(const DrLog&) = delete;
