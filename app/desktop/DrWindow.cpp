@@ -5,7 +5,6 @@
 #include <wx/hyperlink.h>
 #include <wx/sizer.h>
 #include <wx/stattext.h>
-#include <wx/textctrl.h>
 
 #include <chrono>
 #include <thread>
@@ -14,6 +13,7 @@
 #include "OrvaneCore/FileSystem.h"
 #include "app/desktop/DisplayText.h"
 #include "app/desktop/FolderOpener.h"
+#include "app/desktop/LogText.h"
 #include "app/desktop/MessageBoxes.h"
 #include "app/desktop/MyIcon.h"
 #include "app/desktop/WindowIcon.h"
@@ -41,7 +41,7 @@ DrWindow::DrWindow()
     Bind(wxEVT_ICONIZE, &DrWindow::onIconize, this);
     SetIcon(windowIcon);
     GetSizer()->Fit(this);
-    log.setView(this);
+    log.setView(textCtrl);
     // Deleting a window that is still being made is not an option: start() closes it in the end.
     log.setCloseHandler([] { failed = true; });
     log.log("DR server started");
@@ -59,8 +59,7 @@ void DrWindow::layOut() {
     column->Add(saveImages, 0, wxALL, borderPixels);
     column->Add(makeFolderRow(), 0, wxALL, borderPixels);
     column->Add(new wxStaticText(this, wxID_ANY, "Log:"), 0, wxALL, borderPixels);
-    textCtrl = new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, wxSize(600, 400),
-                              wxTE_MULTILINE | wxTE_READONLY);
+    textCtrl = new LogText(this);
     column->Add(textCtrl, 1, wxEXPAND | wxALL, borderPixels);
     SetSizer(column);
 }
@@ -111,12 +110,6 @@ void DrWindow::fail() {
     Close();
 }
 
-void DrWindow::append(const String& batch) {
-    // Even an empty text would take away what the user has selected.
-    if (!batch.isEmpty())
-        textCtrl->AppendText(displayText(batch));
-}
-
 void DrWindow::restoreFromTray() {
     Iconize(false);
     Show();
@@ -163,7 +156,8 @@ void DrWindow::closeWithoutDisplay() {
 
 void DrWindow::onClose(wxCloseEvent& event) {
     if (!mayClose()) {
-        event.Veto(event.CanVeto());
+        if (event.CanVeto())
+            event.Veto();
         return;
     }
     closing = true;

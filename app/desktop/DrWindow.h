@@ -10,15 +10,15 @@
 #include "server/DrServer.h"
 
 class wxCheckBox;
-class wxTextCtrl;
 
 namespace Orvane {
 
+class LogText;
 class MyIcon;
 
 /// The log window. Owns the log, the server that writes it and the tray icon: the program lives as
 /// long as this window. Everything on the main thread; workers reach it through the log only.
-class DrWindow : public wxFrame, private LogView {
+class DrWindow : public wxFrame {
   public:
     /// Starts the server, which may show message boxes, and shows the window. When it cannot go on
     /// it has told the user and closed itself before it returns.
@@ -43,7 +43,6 @@ class DrWindow : public wxFrame, private LogView {
     wxSizer* makeFolderRow();
     void start();
     void fail();
-    void append(const String& batch) override;
     bool mayClose() const;
     void stopServer();
     void onClose(wxCloseEvent& event);
@@ -52,7 +51,7 @@ class DrWindow : public wxFrame, private LogView {
     void onFlushTimer(wxTimerEvent& event);
 
     wxCheckBox* saveImages = nullptr;
-    wxTextCtrl* textCtrl = nullptr;
+    LogText* textCtrl = nullptr;
     wxIcon windowIcon;
     wxTimer flushTimer;
     MyIcon* trayIcon = nullptr;        // ended with Destroy()

@@ -57,7 +57,8 @@ struct CloseFile {
 };
 
 Failure unwritable(const String& path) {
-    return {ExitStatus::UnwritableFolder, "'" + toAnsi(path) + "' cannot be written"};
+    const std::string name = toAnsi(path);
+    return {ExitStatus::UnwritableFolder, "'" + name + "' cannot be written"};
 }
 
 }  // namespace

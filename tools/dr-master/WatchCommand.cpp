@@ -28,7 +28,7 @@ void note(Nodes& nodes, const std::map<std::string, HostVersions>& survey) {
 std::string versionsText(const HostVersions& hosts) {
     std::string text;
     for (const auto& [version, delay] : hosts)
-        text += (text.empty() ? "" : " ") + std::to_string(version);
+        text += std::to_string(version) + ' ';
     return text;
 }
 
@@ -43,7 +43,8 @@ std::string ageText(const Node& node) {
     const auto silence =
         std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - node.lastAnswer);
     constexpr std::chrono::seconds twoRounds{6};
-    return silence < twoRounds ? "answers" : "silent for " + std::to_string(silence.count()) + " s";
+    const std::string seconds = std::to_string(silence.count());
+    return silence < twoRounds ? "answers" : "silent for " + seconds + " s";
 }
 
 void print(const Nodes& nodes) {
