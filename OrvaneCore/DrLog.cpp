@@ -48,8 +48,9 @@ void DrLog::flush() {
     takeBatch();
     if (view != nullptr)
         view->append(batch);
-    logFile.write(batch);
-    std::fputs(batch.narrow(), stdout);
+    const char* const ansi = batch.narrow();
+    logFile.write(ansi);
+    std::fputs(ansi, stdout);
     std::fflush(stdout);
     if (closeRequested)
         closeNow();

@@ -74,8 +74,11 @@ bool deleteFile(const String& path) {
 
 bool copyFile(const String& from, const String& to) {
     std::error_code error;
-    return std::filesystem::copy_file(toAnsi(from), toAnsi(to),
-                                      std::filesystem::copy_options::overwrite_existing, error);
+    if (std::filesystem::copy_file(toAnsi(from), toAnsi(to),
+                                   std::filesystem::copy_options::overwrite_existing, error))
+        return true;
+    deleteFile(to);
+    return false;
 }
 
 bool makeFolder(const String& path) {

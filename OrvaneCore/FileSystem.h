@@ -28,7 +28,7 @@ bool isRegularFile(const String& path);
 bool isFolder(const String& path);
 
 bool deleteFile(const String& path);
-/// Replaces an existing target.
+/// Replaces an existing target. A copy that fails leaves none.
 bool copyFile(const String& from, const String& to);
 /// Makes the last level only.
 bool makeFolder(const String& path);

@@ -35,14 +35,6 @@ Descriptor listenLocally(const std::string& path) {
     return listener;
 }
 
-void runServer(const std::string& programs, const std::string& folder) {
-    checked(chdir(folder.c_str()), "chdir");
-    const int nowhere = checked(open("/dev/null", O_WRONLY), "open");
-    dup2(nowhere, STDOUT_FILENO);
-    const std::string program = programs + "/dr-server-headless";
-    checked(execl(program.c_str(), program.c_str(), nullptr), "execl");
-}
-
 /// Whether a datagram to the port is taken. The answer to a ping comes with the next poll.
 bool isDatagramPortBound(unsigned short port) {
     const Descriptor probe(checked(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0), "socket"));
@@ -68,8 +60,17 @@ void answerAsPlugin(const Descriptor& plugin) {
 
 }  // namespace
 
-Node::Node(std::string programFolder, std::string ownFolder)
-    : programs(std::move(programFolder)), folder(std::move(ownFolder)) {
+void runProgram(const std::string& program, const std::string& folder) {
+    checked(chdir(folder.c_str()), "chdir");
+    const int nowhere = checked(open("/dev/null", O_WRONLY | O_CLOEXEC), "open");
+    checked(dup2(nowhere, STDOUT_FILENO), "dup2");
+    checked(execl(program.c_str(), program.c_str(), nullptr), "execl");
+}
+
+Node::Node(std::string programFolder, std::string ownFolder, std::string name)
+    : programs(std::move(programFolder)),
+      folder(std::move(ownFolder)),
+      serverName(std::move(name)) {
     fs::remove_all(folder);
     fs::create_directories(folder + "/host");
     hostListener = listenLocally(folder + "/host/bench.socket");
@@ -83,7 +84,7 @@ void Node::start() {
     fs::remove_all(dataFolder());
     fs::create_directories(dataFolder());
     std::ofstream(dataFolder() + "/DrConfig-1.00.txt") << "2014 " << folder << "/host\n";
-    server = std::make_unique<Process>([this] { runServer(programs, folder); });
+    server = std::make_unique<Process>([this] { runProgram(programs + "/" + serverName, folder); });
     while (!isListening(loopbackPort) || !isDatagramPortBound(discoveryPort))
         std::this_thread::sleep_for(std::chrono::microseconds(500));
     while (!isListening(masterPort))

@@ -8,12 +8,12 @@
 
 namespace Bench {
 
-/// A render node: dr-server-headless in a folder of its own, with a host program that does what the
-/// benchmark wants. The ports are fixed, so there is one at a time.
+/// A render node: a server in a folder of its own, with a host program that does what the benchmark
+/// wants. The ports are fixed, so there is one at a time.
 class Node {
   public:
-    /// `programs` is the folder of the built programs.
-    Node(std::string programs, std::string folder);
+    /// `programs` is the folder of the built programs, `server` the name of one.
+    Node(std::string programs, std::string folder, std::string server = "dr-server-headless");
 
     /// Starts the server with an empty data folder and returns when all its ports answer.
     void start();
@@ -27,9 +27,13 @@ class Node {
   private:
     std::string programs;
     std::string folder;
+    std::string serverName;
     Descriptor hostListener;
     std::unique_ptr<Process> server;
 };
+
+/// Becomes another program in a folder, with its standard output thrown away.
+void runProgram(const std::string& program, const std::string& folder);
 
 /// What a master sends first, for a scene of a host release such as "max2014".
 std::string masterHandshake(const std::string& hostVersion);

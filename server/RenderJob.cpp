@@ -56,7 +56,8 @@ bool RenderJob::chooseHost() {
 
 void RenderJob::run() {
     if (!downloadScene()) {
-        cleanUp();
+        // Not the dumps: none are new, and in a folder that has become read-only they cannot go.
+        removeScene();
         return;
     }
     launchHost();
@@ -171,10 +172,14 @@ void RenderJob::waitForHostToEnd() {
 }
 
 void RenderJob::cleanUp() {
-    if (isDevelopmentVersion())
-        return;
-    removeDumpFiles(node.config, node.log);
-    FileSystem::deleteFile(scenePath);
+    if (!isDevelopmentVersion())
+        removeDumpFiles(node.config, node.log);
+    removeScene();
+}
+
+void RenderJob::removeScene() {
+    if (!isDevelopmentVersion())
+        FileSystem::deleteFile(scenePath);
 }
 
 }  // namespace Orvane

@@ -49,6 +49,7 @@ class RenderJob {
     void finish();
     void waitForHostToEnd();
     void cleanUp();
+    void removeScene();
 
     RenderNode node;
     Connection& master;
