@@ -197,3 +197,17 @@ def test_flood_of_local_connections(node):
         enough.set()
         flooding.join()
     assert "Stopped closing stale local connections after 10 seconds" in node.final_log()
+
+
+def test_silent_local_stranger(node):
+    node.ready("await stranger-gone", *ONLINE, "close")
+    with Master() as master:
+        master.job()
+        node.started_host()
+        with Peer(LOOPBACK) as stranger:
+            while stranger.receive(1) != b"\0":
+                pass
+            assert stranger.at_end()
+        node.allow(2014, "stranger-gone")
+        assert master.at_end()
+    assert 'Received response is: ""\n3ds max is online after' in node.final_log()
