@@ -18,7 +18,7 @@ const std::u16string_view specialWithinQuotes = u"\"`$\\";
 namespace {
 
 /// What the child starts with: no descriptor but the standard ones, and signals as a program
-/// expects them, because the server itself blocks the stop signals and ignores SIGPIPE.
+/// expects them, because the server itself blocks the stop signals and ignores some.
 class SpawnSettings {
   public:
     SpawnSettings() {
@@ -32,6 +32,7 @@ class SpawnSettings {
         sigset_t restored;
         sigemptyset(&restored);
         sigaddset(&restored, SIGPIPE);
+        sigaddset(&restored, SIGXFSZ);
         posix_spawnattr_setsigdefault(&attributes, &restored);
         posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     }

@@ -23,6 +23,9 @@ class DrLog {
   public:
     /// How often the owner's thread is to call flush().
     static constexpr int flushPeriodMs = 500;
+    /// Characters that wait for a batch to be written. Only a disk or terminal that takes nothing
+    /// for hours makes them so many; lines beyond are counted and left out.
+    static constexpr std::int32_t mostPendingCharacters = 128 * 1024 * 1024;
 
     DrLog() = default;
     DrLog(const DrLog&) = delete;
@@ -50,15 +53,18 @@ class DrLog {
     void setCloseHandler(std::function<void()> handler) { closeHandler = std::move(handler); }
 
   private:
-    void writeBatch();
+    void takeBatch();
 
     LogView* view = nullptr;
     std::function<void()> closeHandler;
     LogFile logFile;
     std::atomic<bool> closeRequested = false;
 
-    std::recursive_mutex logLock;  // a view may log while it shows a batch
-    String pendingText;            // guarded by logLock
+    String batch;  // being written; the owner's
+
+    std::mutex logLock;
+    String pendingText;        // guarded by logLock
+    std::int32_t leftOut = 0;  // lines; guarded by logLock
 };
 
 }  // namespace Orvane

@@ -6,12 +6,14 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace Orvane::FileSystem {
 
@@ -72,8 +74,11 @@ bool deleteFile(const String& path) {
 
 bool copyFile(const String& from, const String& to) {
     std::error_code error;
-    return std::filesystem::copy_file(toAnsi(from), toAnsi(to),
-                                      std::filesystem::copy_options::overwrite_existing, error);
+    if (std::filesystem::copy_file(toAnsi(from), toAnsi(to),
+                                   std::filesystem::copy_options::overwrite_existing, error))
+        return true;
+    deleteFile(to);
+    return false;
 }
 
 bool makeFolder(const String& path) {
@@ -85,39 +90,66 @@ String workingDirectory() {
     return getcwd(buffer.data(), buffer.size()) == nullptr ? String() : String(buffer.data());
 }
 
+/// Reads entries by small portions first: the relay lists a folder of a thousand images a thousand
+/// times and takes the first each time, where readdir would fetch them all.
 struct Listing::Native {
-    DIR* stream = nullptr;
+    int folder = -1;
     std::string prefix;
+    std::vector<char> portion;
+    std::size_t filled = 0;
+    std::size_t at = 0;
+
+    ~Native() {
+        if (folder >= 0)
+            close(folder);
+    }
+
+    /// Null at the end.
+    const dirent64* nextEntry() {
+        if (at == filled && !fetch())
+            return nullptr;
+        const auto* entry = reinterpret_cast<const dirent64*>(&portion[at]);
+        at += entry->d_reclen;
+        return entry;
+    }
+
+  private:
+    bool fetch() {
+        constexpr std::size_t smallest = 1024;  // at least three entries
+        constexpr std::size_t largest = 32768;
+        if (folder < 0)
+            return false;
+        portion.resize(std::clamp(portion.size() * 2, smallest, largest));
+        const ssize_t bytes = getdents64(folder, portion.data(), portion.size());
+        at = 0;
+        filled = bytes > 0 ? static_cast<std::size_t>(bytes) : 0;
+        return filled > 0;
+    }
 };
 
 Listing::Listing(const String& folder, const String& prefix) : native(new Native) {
-    native->stream = opendir(toAnsi(folder).c_str());
+    native->folder = open(toAnsi(folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     native->prefix = toAnsi(prefix);
 }
 
-Listing::~Listing() {
-    if (native->stream != nullptr)
-        closedir(native->stream);
-}
+Listing::~Listing() = default;
 
 namespace {
 
-bool isFolderEntry(DIR* stream, const dirent& entry) {
+bool isFileEntry(int folder, const dirent64& entry) {
     if (entry.d_type != DT_UNKNOWN && entry.d_type != DT_LNK)
-        return entry.d_type == DT_DIR;
+        return entry.d_type == DT_REG;
     struct stat found {};
-    return fstatat(dirfd(stream), entry.d_name, &found, 0) == 0 && S_ISDIR(found.st_mode);
+    return fstatat(folder, entry.d_name, &found, 0) == 0 && S_ISREG(found.st_mode);
 }
 
 }  // namespace
 
 std::optional<Listing::Entry> Listing::next() {
-    if (native->stream == nullptr)
-        return std::nullopt;
-    while (const dirent* entry = readdir(native->stream)) {
+    while (const dirent64* entry = native->nextEntry()) {
         const std::string_view name = entry->d_name;
         if (name.starts_with(native->prefix))
-            return Entry{toWide(name), isFolderEntry(native->stream, *entry)};
+            return Entry{toWide(name), isFileEntry(native->folder, *entry)};
     }
     return std::nullopt;
 }

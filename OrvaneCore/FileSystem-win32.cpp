@@ -121,7 +121,7 @@ std::optional<Listing::Entry> Listing::next() {
     if (!native->pending)
         return std::nullopt;
     Entry entry{String(reinterpret_cast<const char16_t*>(native->found.cFileName)),
-                (native->found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0};
+                (native->found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0};
     native->pending = FindNextFileW(native->search, &native->found) != 0;
     return entry;
 }

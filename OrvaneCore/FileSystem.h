@@ -28,7 +28,7 @@ bool isRegularFile(const String& path);
 bool isFolder(const String& path);
 
 bool deleteFile(const String& path);
-/// Replaces an existing target.
+/// Replaces an existing target. A copy that fails leaves none.
 bool copyFile(const String& from, const String& to);
 /// Makes the last level only.
 bool makeFolder(const String& path);
@@ -45,7 +45,7 @@ class Listing {
 
     struct Entry {
         String name;
-        bool isFolder = false;
+        bool isFile = false;  // or a link to one; not a folder, pipe, device or dead link
     };
     /// The next entry; nothing at the end, or when there is no such folder.
     std::optional<Entry> next();

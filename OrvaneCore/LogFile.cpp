@@ -15,10 +15,10 @@ void LogFile::open(const String& newPath, bool append, bool share) {
     path = newPath;
 }
 
-void LogFile::write(const String& text) {
+void LogFile::write(const char* ansi) {
     if (stream == nullptr)
         return;
-    std::fputs(text.narrow(), stream);
+    std::fputs(ansi, stream);
     std::fflush(stream);
 }
 

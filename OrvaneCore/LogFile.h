@@ -19,9 +19,10 @@ class LogFile {
     /// Appends to the file or replaces it; `share` lets others read and write it meanwhile,
     /// otherwise they may do neither. Throws the file exception on failure.
     void open(const String& newPath, bool append, bool share);
-    /// Writes the 8-bit form and hands it to the system at once. Failures are not reported: there
-    /// would be no better place to report them.
-    void write(const String& text);
+    /// Writes 8-bit text up to its zero and hands it to the system at once. Failures are not
+    /// reported: there would be no better place to report them.
+    void write(const char* ansi);
+    void write(const String& text) { write(text.narrow()); }
     void close();
 
     bool isOpen() const { return stream != nullptr; }

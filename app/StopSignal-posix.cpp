@@ -25,6 +25,8 @@ StopSignal::StopSignal() {
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     // Standard output may go to a program that ends first.
     std::signal(SIGPIPE, SIG_IGN);
+    // A file beyond the size that the system allows this user is a failed write, as a full disk is.
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 StopSignal::~StopSignal() = default;

@@ -1,5 +1,9 @@
 #include <windows.h>
 
+#include <future>
+#include <memory>
+#include <thread>
+
 #include "app/StopSignal.h"
 
 namespace Orvane {
@@ -7,29 +11,108 @@ namespace Orvane {
 namespace {
 
 HANDLE stopEvent = nullptr;
+HANDLE endEvent = nullptr;
+
+/// For notices after which the system ends the process: they return when it has ended in order.
+void stopAndWaitForTheEnd() {
+    SetEvent(stopEvent);
+    WaitForSingleObject(endEvent, INFINITE);
+}
 
 BOOL WINAPI onConsoleEvent(DWORD event) {
-    SetEvent(stopEvent);
-    // The system ends the process when this returns; the main thread ends it in order.
     if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT)
-        Sleep(INFINITE);
+        stopAndWaitForTheEnd();
+    else
+        SetEvent(stopEvent);
     return TRUE;
 }
+
+LRESULT CALLBACK onMessage(HWND window, UINT message, WPARAM word, LPARAM value) {
+    if (message == WM_ENDSESSION && word != 0)
+        stopAndWaitForTheEnd();
+    else if (message == WM_CLOSE)
+        SetEvent(stopEvent);
+    else
+        return DefWindowProcW(window, message, word, value);
+    return 0;
+}
+
+/// False when the stop event or the time-out came first.
+bool waitForMessage(std::chrono::milliseconds longest) {
+    return MsgWaitForMultipleObjects(1, &stopEvent, FALSE, static_cast<DWORD>(longest.count()),
+                                     QS_ALLINPUT) == WAIT_OBJECT_0 + 1;
+}
+
+void serveWindows() {
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != 0)
+        DispatchMessageW(&message);
+}
+
+/// Programs that load user32.dll, as all of ours do, hear of the end of the session by window only.
+class HiddenWindow {
+  public:
+    HiddenWindow() : thread([this] { serve(); }) { open.get_future().wait(); }
+    ~HiddenWindow() {
+        PostThreadMessageW(threadId, WM_QUIT, 0, 0);
+        thread.join();
+    }
+    HiddenWindow(const HiddenWindow&) = delete;
+    HiddenWindow& operator=(const HiddenWindow&) = delete;
+
+  private:
+    void serve() {
+        WNDCLASSW description{};
+        description.lpfnWndProc = onMessage;
+        description.hInstance = GetModuleHandleW(nullptr);
+        description.lpszClassName = L"OrvaneStopSignal";
+        RegisterClassW(&description);
+        CreateWindowW(description.lpszClassName, L"", 0, 0, 0, 0, 0, nullptr, nullptr,
+                      description.hInstance, nullptr);
+        threadId = GetCurrentThreadId();
+        MSG message;
+        // Without a window the thread has no queue yet for the message that ends it.
+        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);
+        open.set_value();
+        while (GetMessageW(&message, nullptr, 0, 0) > 0)
+            DispatchMessageW(&message);
+    }
+
+    DWORD threadId = 0;
+    std::promise<void> open;
+    std::thread thread;
+};
+
+std::unique_ptr<HiddenWindow> hiddenWindow;
 
 }  // namespace
 
 StopSignal::StopSignal() {
     stopEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    endEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     SetConsoleCtrlHandler(onConsoleEvent, TRUE);
+    hiddenWindow = std::make_unique<HiddenWindow>();
 }
 
 StopSignal::~StopSignal() {
+    SetEvent(endEvent);
+    hiddenWindow.reset();
     SetConsoleCtrlHandler(onConsoleEvent, FALSE);
+    CloseHandle(endEvent);
     CloseHandle(stopEvent);
 }
 
 bool StopSignal::wait(std::chrono::milliseconds longest) {
-    return WaitForSingleObject(stopEvent, static_cast<DWORD>(longest.count())) == WAIT_OBJECT_0;
+    using Clock = std::chrono::steady_clock;
+    const auto deadline = Clock::now() + longest;
+    auto left = longest;
+    // The toolkit's sockets have a window on the main thread, and the end of the session waits for
+    // its answers. A program that does not wait here serves its windows by itself.
+    while (left > left.zero() && waitForMessage(left)) {
+        serveWindows();
+        left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    }
+    return WaitForSingleObject(stopEvent, 0) == WAIT_OBJECT_0;
 }
 
 }  // namespace Orvane

@@ -11,7 +11,7 @@ namespace Orvane {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Clock = Connection::Clock;
 using NativeSocket::Outcome;
 
 std::chrono::milliseconds until(Clock::time_point deadline) {
@@ -60,23 +60,30 @@ bool Connection::endedBy(const NativeSocket::Transfer& transfer) {
 }
 
 std::size_t Connection::read(void* buffer, std::size_t size) {
-    const auto deadline = Clock::now() + std::chrono::seconds(timeoutSeconds);
+    const auto deadline = nextDeadline();
     std::size_t done = 0;
-    while (isAlive() && done < size) {
-        const auto transfer =
-            NativeSocket::receive(handle(), static_cast<char*>(buffer) + done, size - done);
-        done += transfer.bytes;
-        if (endedBy(transfer))
+    while (done < size) {
+        const std::size_t got = readSome(static_cast<char*>(buffer) + done, size - done, deadline);
+        if (got == 0)
             break;
-        if (transfer.outcome == Outcome::WouldBlock &&
-            !NativeSocket::waitReadable(handle(), until(deadline)))
-            break;
+        done += got;
     }
     return done;
 }
 
+std::size_t Connection::readSome(void* buffer, std::size_t size, Clock::time_point deadline) {
+    while (isAlive()) {
+        const auto transfer = NativeSocket::receive(handle(), buffer, size);
+        if (endedBy(transfer) || transfer.outcome == Outcome::Moved)
+            return transfer.bytes;
+        if (!NativeSocket::waitReadable(handle(), until(deadline)))
+            break;
+    }
+    return 0;
+}
+
 std::size_t Connection::write(const void* bytes, std::size_t size) {
-    const auto deadline = Clock::now() + std::chrono::seconds(timeoutSeconds);
+    const auto deadline = nextDeadline();
     std::size_t done = 0;
     while (isAlive() && done < size) {
         const auto transfer =

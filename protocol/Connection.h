@@ -15,6 +15,8 @@ namespace Orvane {
 /// thread at a time. The toolkit's socket layer must have been initialised on the main thread.
 class Connection {
   public:
+    using Clock = std::chrono::steady_clock;
+
     /// Takes ownership of a connected toolkit socket.
     explicit Connection(wxSocketBase* connected);
     ~Connection();
@@ -38,6 +40,13 @@ class Connection {
     /// an error. Only the latter two end the connection.
     std::size_t read(void* buffer, std::size_t size);
     std::size_t write(const void* bytes, std::size_t size);
+
+    /// When a read or write that begins now would give up.
+    Clock::time_point nextDeadline() const {
+        return Clock::now() + std::chrono::seconds(timeoutSeconds);
+    }
+    /// Answers with the first bytes that come; 0 after the deadline, the peer's end or an error.
+    std::size_t readSome(void* buffer, std::size_t size, Clock::time_point deadline);
 
     /// Waits up to `longest` for input and shows it without taking it; 0 when there is none.
     std::size_t peek(void* buffer, std::size_t size, std::chrono::milliseconds longest);

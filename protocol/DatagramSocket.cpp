@@ -2,7 +2,6 @@
 
 #include <wx/socket.h>
 
-#include "protocol/NativeSocket.h"
 #include "protocol/ToolkitText.h"
 
 namespace Orvane {
@@ -22,10 +21,14 @@ std::unique_ptr<wxDatagramSocket> open(unsigned short port) {
 DatagramSocket::DatagramSocket(unsigned short port)
     : socket(open(port)), sender(std::make_unique<wxIPV4address>()) {
     if (isOk())
-        NativeSocket::isolate(static_cast<NativeSocket::Handle>(socket->GetSocket()));
+        NativeSocket::isolate(handle());
 }
 
 DatagramSocket::~DatagramSocket() = default;
+
+NativeSocket::Handle DatagramSocket::handle() const {
+    return static_cast<NativeSocket::Handle>(socket->GetSocket());
+}
 
 bool DatagramSocket::isOk() const {
     return socket->IsOk();
@@ -37,11 +40,14 @@ String DatagramSocket::localAddress() const {
 }
 
 bool DatagramSocket::receive(void* buffer, std::size_t size) {
-    const auto handle = static_cast<NativeSocket::Handle>(socket->GetSocket());
-    if (!NativeSocket::waitReadable(handle, std::chrono::milliseconds::zero()))
-        return false;
-    socket->RecvFrom(*sender, buffer, static_cast<wxUint32>(size));
-    return !socket->Error();
+    // Not by waiting: a datagram with a wrong checksum ends the wait and is then not there, and the
+    // toolkit would wait for the next one.
+    using NativeSocket::Outcome;
+    const Outcome waiting = NativeSocket::peek(handle(), buffer, size).outcome;
+    // An error is the answer to an earlier datagram, and forgotten once it is told.
+    if (waiting == Outcome::Moved || waiting == Outcome::Ended)
+        socket->RecvFrom(*sender, buffer, static_cast<wxUint32>(size));
+    return waiting != Outcome::WouldBlock;
 }
 
 String DatagramSocket::senderAddress() const {
@@ -49,7 +55,13 @@ String DatagramSocket::senderAddress() const {
 }
 
 void DatagramSocket::reply(const void* bytes, std::size_t size) {
-    socket->SendTo(*sender, bytes, static_cast<wxUint32>(size));
+    send(*sender, bytes, size);
+}
+
+void DatagramSocket::send(const wxIPV4address& to, const void* bytes, std::size_t size) {
+    // Past the toolkit: it waits for room when a slow link has filled the socket's buffer.
+    NativeSocket::sendTo(handle(), bytes, size, to.GetAddressData(),
+                         static_cast<std::size_t>(to.GetAddressDataLen()));
 }
 
 bool DatagramSocket::sendTo(const String& host, unsigned short port, const void* bytes,
@@ -57,7 +69,7 @@ bool DatagramSocket::sendTo(const String& host, unsigned short port, const void*
     wxIPV4address address;
     if (!address.Hostname(toToolkit(host)) || !address.Service(port))
         return false;
-    socket->SendTo(address, bytes, static_cast<wxUint32>(size));
+    send(address, bytes, size);
     return true;
 }
 

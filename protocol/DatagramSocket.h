@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "OrvaneCore/String.h"
+#include "protocol/NativeSocket.h"
 
 class wxDatagramSocket;
 class wxIPV4address;
@@ -23,7 +24,8 @@ class DatagramSocket {
     /// Dotted address of this end.
     String localAddress() const;
 
-    /// Takes one datagram, cut to `size` bytes, and remembers its sender. False when none is there.
+    /// Takes one datagram, cut to `size` bytes, and remembers its sender. False when none is there;
+    /// an empty one, or an error in its place, leaves the buffer as it was.
     bool receive(void* buffer, std::size_t size);
     /// Dotted address of the last datagram's sender.
     String senderAddress() const;
@@ -33,6 +35,9 @@ class DatagramSocket {
     bool sendTo(const String& host, unsigned short port, const void* bytes, std::size_t size);
 
   private:
+    NativeSocket::Handle handle() const;
+    void send(const wxIPV4address& to, const void* bytes, std::size_t size);
+
     std::unique_ptr<wxDatagramSocket> socket;
     std::unique_ptr<wxIPV4address> sender;
 };

@@ -10,7 +10,8 @@ namespace Orvane {
 
 namespace {
 
-using Chunk = std::array<char, fileChunkBytes>;
+/// Whole pages: the system copies them fastest.
+struct alignas(4096) Chunk : std::array<char, fileChunkBytes> {};
 
 std::size_t nextChunk(std::int64_t remaining) {
     return static_cast<std::size_t>(
@@ -21,6 +22,11 @@ String folderOf(const String& path) {
     const std::u16string_view text = path.view();
     const std::size_t slash = text.find_last_of(u"/\\");
     return slash == text.npos ? String(".") : String(text.substr(0, slash + 1));
+}
+
+/// Chunks are the buffer; the library's own would split each into two calls and a copy.
+void leaveBufferingOut(std::FILE* stream) {
+    std::setvbuf(stream, nullptr, _IONBF, 0);
 }
 
 bool fitsOnDisk(std::int64_t size, const String& path) {
@@ -39,6 +45,7 @@ InputFile::InputFile(const String& filePath)
         std::fclose(stream);
         throw fileException(name);
     }
+    leaveBufferingOut(stream);
 }
 
 InputFile::~InputFile() {
@@ -56,6 +63,7 @@ OutputFile::OutputFile(const String& filePath)
       stream(FileSystem::openFile(filePath, "wb", FileSystem::Sharing::DenyWriters)) {
     if (stream == nullptr)
         throw fileException(name);
+    leaveBufferingOut(stream);
 }
 
 OutputFile::~OutputFile() {
@@ -105,6 +113,26 @@ int sendFile(Connection& connection, InputFile& file, TransferProgress progress,
     return 0;
 }
 
+namespace {
+
+/// Each piece goes to the file as it comes, so that the sender fills the socket again meanwhile.
+/// Within the chunk's time-out; false if it did not come whole.
+bool receiveChunk(Connection& connection, OutputFile& file, char* chunk, std::size_t bytes) {
+    const auto deadline = connection.nextDeadline();
+    std::size_t done = 0;
+    while (const std::size_t got = connection.readSome(chunk + done, bytes - done, deadline)) {
+        file.write(chunk + done, got);
+        done += got;
+        if (done == bytes)
+            return true;
+    }
+    // A chunk is in the file as a whole even if it did not come as one.
+    file.write(chunk + done, bytes - done);
+    return false;
+}
+
+}  // namespace
+
 int receiveFile(Connection& connection, const String& path, TransferProgress progress,
                 void* argument) {
     if (!connection.isAlive())
@@ -122,11 +150,8 @@ int receiveFile(Connection& connection, const String& path, TransferProgress pro
     Chunk chunk{};
     for (std::int64_t remaining = size; remaining > 0;) {
         const std::size_t bytes = nextChunk(remaining);
-        const std::size_t read = connection.read(chunk.data(), bytes);
-        // The whole chunk goes to the file before the count is looked at.
-        file.write(chunk.data(), bytes);
         remaining -= static_cast<std::int64_t>(bytes);
-        if (read != bytes)
+        if (!receiveChunk(connection, file, chunk.data(), bytes))
             return 1;
         if (progress != nullptr)
             progress(argument, size - remaining, size);

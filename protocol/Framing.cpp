@@ -35,7 +35,7 @@ class MessageDeadline {
 
 }  // namespace
 
-int readMessage(Connection& connection, String& text, int timeoutSeconds) {
+int readMessage(Connection& connection, String& text, int timeoutSeconds, const char** refusal) {
     text.truncate(0);
     connection.setTimeout(timeoutSeconds);
     MessageDeadline deadline(timeoutSeconds);
@@ -55,8 +55,13 @@ int readMessage(Connection& connection, String& text, int timeoutSeconds) {
         if (text.length() > mostMessageBytes || deadline.isOver())
             break;
     }
-    if (text.length() > mostMessageBytes || deadline.isOver())
+    const char* const broken = text.length() > mostMessageBytes ? "it is longer than 64 KiB"
+                               : deadline.isOver()              ? "it was not complete after 5 s"
+                                                                : nullptr;
+    if (broken != nullptr)
         connection.close();
+    if (refusal != nullptr)
+        *refusal = broken;
     return 1;
 }
 

@@ -17,8 +17,9 @@ constexpr std::chrono::seconds longestMessage{5};
 /// failure; the time-out is in seconds.
 
 /// Waits up to the time-out for each byte, and takes none behind the zero. What was read before a
-/// failure stays in `text`.
-int readMessage(Connection& connection, String& text, int timeoutSeconds);
+/// failure stays in `text`. When a limit was broken, `refusal` says which.
+int readMessage(Connection& connection, String& text, int timeoutSeconds,
+                const char** refusal = nullptr);
 /// The time-out is for the whole message.
 int writeMessage(Connection& connection, const String& text, int timeoutSeconds);
 /// The same under the connection's current time-out.

@@ -8,6 +8,8 @@ namespace Orvane {
 
 namespace {
 
+constexpr std::chrono::milliseconds pauseAfterFailure{100};
+
 std::unique_ptr<wxSocketServer> listen(Listener::Reach reach, unsigned short port) {
     wxIPV4address address;
     if (reach == Listener::Reach::Loopback)
@@ -43,8 +45,11 @@ std::unique_ptr<Connection> Listener::accept() {
     if (!NativeSocket::waitReadable(handle, longest))
         return nullptr;
     auto accepted = std::make_unique<wxSocketBase>(NativeSocket::streamFlags(), wxSOCKET_BASE);
-    if (!socket->AcceptWith(*accepted, false))
+    if (!socket->AcceptWith(*accepted, false)) {
+        // A process that is out of descriptors is told of the waiting connection again and again.
+        std::this_thread::sleep_for(pauseAfterFailure);
         return nullptr;
+    }
     return std::make_unique<Connection>(accepted.release());
 }
 

@@ -64,6 +64,13 @@ Transfer send(Handle socket, const void* bytes, std::size_t size) {
     return outcomeOf(::send(descriptor(socket), bytes, size, MSG_DONTWAIT | MSG_NOSIGNAL));
 }
 
+Transfer sendTo(Handle socket, const void* bytes, std::size_t size, const void* address,
+                std::size_t addressSize) {
+    return outcomeOf(sendto(descriptor(socket), bytes, size, MSG_DONTWAIT | MSG_NOSIGNAL,
+                            static_cast<const sockaddr*>(address),
+                            static_cast<socklen_t>(addressSize)));
+}
+
 bool waitReadable(Handle socket, std::chrono::milliseconds longest) {
     return waitFor(socket, POLLIN, longest);
 }

@@ -26,7 +26,10 @@ Transfer outcomeOf(int result) {
         return {Outcome::Moved, static_cast<std::size_t>(result)};
     if (result == 0)
         return {Outcome::Ended, 0};
-    return {WSAGetLastError() == WSAEWOULDBLOCK ? Outcome::WouldBlock : Outcome::Failed, 0};
+    const int error = WSAGetLastError();
+    if (error == WSAEMSGSIZE)  // a datagram that is longer than the buffer
+        return {Outcome::Moved, 1};
+    return {error == WSAEWOULDBLOCK ? Outcome::WouldBlock : Outcome::Failed, 0};
 }
 
 bool waitFor(Handle socket, bool reading, std::chrono::milliseconds longest) {
@@ -60,6 +63,12 @@ Transfer peek(Handle socket, void* buffer, std::size_t size) {
 
 Transfer send(Handle socket, const void* bytes, std::size_t size) {
     return outcomeOf(::send(native(socket), static_cast<const char*>(bytes), callSize(size), 0));
+}
+
+Transfer sendTo(Handle socket, const void* bytes, std::size_t size, const void* address,
+                std::size_t addressSize) {
+    return outcomeOf(sendto(native(socket), static_cast<const char*>(bytes), callSize(size), 0,
+                            static_cast<const sockaddr*>(address), callSize(addressSize)));
 }
 
 bool waitReadable(Handle socket, std::chrono::milliseconds longest) {

@@ -28,11 +28,14 @@ struct Transfer {
     std::size_t bytes = 0;  ///< with Moved: how many, at least one
 };
 
-/// All three return at once.
+/// All return at once.
 Transfer receive(Handle socket, void* buffer, std::size_t size);
 /// Leaves what it shows in the socket.
 Transfer peek(Handle socket, void* buffer, std::size_t size);
 Transfer send(Handle socket, const void* bytes, std::size_t size);
+/// One datagram; `address` is a socket address in the system's form.
+Transfer sendTo(Handle socket, const void* bytes, std::size_t size, const void* address,
+                std::size_t addressSize);
 
 /// True as soon as receive (or accept) or send would not block, an end or an error included.
 bool waitReadable(Handle socket, std::chrono::milliseconds longest);

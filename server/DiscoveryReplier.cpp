@@ -2,6 +2,7 @@
 
 #include <array>
 #include <chrono>
+#include <optional>
 #include <thread>
 
 #include "OrvaneCore/Str.h"
@@ -9,7 +10,6 @@
 #include "protocol/DrMessage.h"
 #include "protocol/Framing.h"
 #include "protocol/Ports.h"
-#include "server/LineFold.h"
 #include "server/WorkerStack.h"
 
 namespace Orvane {
@@ -17,10 +17,22 @@ namespace Orvane {
 namespace {
 
 constexpr std::chrono::milliseconds pollPeriod{333};
+// While datagrams come in floods: the socket's buffer holds some hundreds, and a master's ping that
+// finds it full is lost.
+constexpr std::chrono::milliseconds floodPollPeriod{10};
+constexpr int flood = 16;
+// Nobody may keep the loop from looking at its stop flag.
+constexpr int mostAtOnce = 512;
 // The only defence against lost datagrams.
 constexpr int replies = 4;
+// Many masters may look for nodes at the same time.
+constexpr std::int32_t mostAnsweredLines = 200;
 
 const char* const pingLine = "Got discovery ping";
+const char* const replyLine = "Replying to discovery ping from ";
+const char* const noReplyLine = "Not replying to more than 500 discovery pings in 10 seconds from ";
+
+}  // namespace
 
 class PingSocket {
   public:
@@ -28,12 +40,12 @@ class PingSocket {
     String localAddress() const { return socket.localAddress(); }
     String senderAddress() const { return socket.senderAddress(); }
 
-    /// The text of a waiting datagram up to its first zero; empty when there is none.
-    String receive() {
+    /// The text of a waiting datagram up to its first zero; nothing when none waits.
+    std::optional<String> receive() {
         // One byte more than is received: the text always ends in a zero.
         std::array<char, 256> buffer{};
         if (!socket.receive(buffer.data(), buffer.size() - 1))
-            return {};
+            return std::nullopt;
         return String(buffer.data());
     }
 
@@ -47,8 +59,6 @@ class PingSocket {
     DatagramSocket socket{discoveryPort};
 };
 
-}  // namespace
-
 bool isAnswered(const String& ping, const DrConfig& config) {
     for (std::int32_t year = firstHostYear; year <= lastHostYear; ++year) {
         if (!config.hostPath(year).isEmpty() &&
@@ -59,7 +69,11 @@ bool isAnswered(const String& ping, const DrConfig& config) {
 }
 
 DiscoveryReplier::DiscoveryReplier(DrLog& target, const DrConfig& settings)
-    : log(target), config(settings) {
+    : log(target),
+      config(settings),
+      ignoredPings(target, pingLine),
+      answeredPings(target, replyLine, mostAnsweredLines),
+      unansweredPings(target, noReplyLine) {
     setup(workerStackBytes, "MY_DiscoveryReplier");
     run([](void* self) { static_cast<DiscoveryReplier*>(self)->serve(); }, this);
 }
@@ -77,22 +91,43 @@ void DiscoveryReplier::serve() {
         return;
     }
     log.log(String("Starting UDP socket, local hostname: ") + socket.localAddress());
-    LineFold ignoredPings(log, pingLine);
-    for (; !stopRequested; ignoredPings.tick()) {
-        const String ping = socket.receive();
-        if (ping.isEmpty()) {
-            std::this_thread::sleep_for(pollPeriod);
-            continue;
-        }
-        if (!isAnswered(ping, config)) {
-            ignoredPings.write(pingLine);
-            std::this_thread::sleep_for(pollPeriod);
-            continue;
-        }
-        log.log(pingLine);
-        socket.reply();
-        log.log(String("Replying to discovery ping from ") + socket.senderAddress());
+    while (!stopRequested) {
+        const bool flooded = takeWaiting(socket) >= flood;
+        std::this_thread::sleep_for(flooded ? floodPollPeriod : pollPeriod);
+        ignoredPings.tick();
+        answeredPings.tick();
+        unansweredPings.tick();
     }
+}
+
+int DiscoveryReplier::takeWaiting(PingSocket& socket) {
+    int taken = 0;
+    for (; taken < mostAtOnce; ++taken) {
+        const std::optional<String> ping = socket.receive();
+        if (!ping)
+            break;
+        if (!ping->isEmpty())
+            take(socket, *ping);
+    }
+    return taken;
+}
+
+void DiscoveryReplier::take(PingSocket& socket, const String& ping) {
+    if (!isAnswered(ping, config)) {
+        ignoredPings.write(pingLine);
+        return;
+    }
+    const String sender = socket.senderAddress();
+    if (!replyLimit.allows(toAnsi(sender))) {
+        unansweredPings.write(noReplyLine + sender);
+        return;
+    }
+    const bool logged = answeredPings.admit();
+    if (logged)
+        log.log(pingLine);
+    socket.reply();
+    if (logged)
+        log.log(replyLine + sender);
 }
 
 }  // namespace Orvane

@@ -2,7 +2,6 @@
 
 #include "OrvaneCore/FileSystem.h"
 #include "protocol/Ports.h"
-#include "server/MasterLoop.h"
 #include "server/PortInUse.h"
 #include "server/RenderJob.h"
 #include "server/WorkerStack.h"
@@ -47,15 +46,18 @@ void DrServer::bindMasterPort() {
 }
 
 void DrServer::serveMasters() {
-    MasterLoop loop(
-        *masterListener, log, stopRequested,
-        [this](Connection& master, const String& handshake) { runRenderJob(master, handshake); });
+    MasterLoop loop(*masterListener, log, stopRequested,
+                    [this](Connection& master, const String& handshake) {
+                        return prepareRenderJob(master, handshake);
+                    });
     loop.run();
     log.requestClose();
 }
 
-void DrServer::runRenderJob(Connection& master, const String& handshake) {
-    RenderJob({log, config, maxInvoker, *loopbackListener}, master, handshake).run();
+MasterLoop::Job DrServer::prepareRenderJob(Connection& master, const String& handshake) {
+    const RenderNode node{log, config, maxInvoker, *loopbackListener};
+    const auto job = std::make_shared<RenderJob>(node, master, handshake);
+    return {job->prepare(), [job] { job->run(); }};
 }
 
 void DrServer::requestStop() {

@@ -9,6 +9,7 @@
 #include "protocol/Listener.h"
 #include "server/DiscoveryReplier.h"
 #include "server/LoopbackListener.h"
+#include "server/MasterLoop.h"
 
 namespace Orvane {
 
@@ -34,7 +35,7 @@ class DrServer {
     void makeDataFolder();
     void bindMasterPort();
     void serveMasters();
-    void runRenderJob(Connection& master, const String& handshake);
+    MasterLoop::Job prepareRenderJob(Connection& master, const String& handshake);
 
     StandbyThread maxInvoker;
     StandbyThread serverThread;

@@ -12,7 +12,7 @@ namespace Orvane {
 String findDumpFile(const DrConfig& config, const std::vector<String>& passedOver) {
     FileSystem::Listing listing(config.dataFolder, "dump");
     while (const auto entry = listing.next()) {
-        if (entry->isFolder || !Str::endsWith(entry->name, u".exr"))
+        if (!entry->isFile || !Str::endsWith(entry->name, u".exr"))
             continue;
         String path = config.dataFolder + "/" + entry->name;
         if (std::find(passedOver.begin(), passedOver.end(), path) == passedOver.end())

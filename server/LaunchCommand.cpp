@@ -28,6 +28,11 @@ String withSeparator(const String& folder) {
 }  // namespace
 
 String refusalOf(const FrameInfo& frameInfo) {
+    for (const String* field :
+         {&frameInfo.frameName, &frameInfo.cameraName, &frameInfo.hostVersion})
+        if (field->length() > mostFieldCharacters)
+            return String("a field is longer than ") + Str::toWString(mostFieldCharacters) +
+                   " characters";
     const std::u16string_view frames = frameInfo.frameName.view();
     if (!std::all_of(frames.begin(), frames.end(), isFrameCharacter))
         return "FrameName may hold only letters, digits and , - . : + _";

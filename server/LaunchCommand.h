@@ -5,6 +5,10 @@
 
 namespace Orvane {
 
+/// Longer texts of a request are refused: the command line must stay within the 8,191 characters of
+/// Windows' command interpreter, and lists of frames or names of cameras are never so long.
+constexpr std::int32_t mostFieldCharacters = 2048;
+
 /// Why this job must not reach a command interpreter, naming the field; empty when it may. The
 /// texts come from the network.
 String refusalOf(const FrameInfo& frameInfo);

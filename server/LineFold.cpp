@@ -5,20 +5,32 @@
 namespace Orvane {
 
 void LineFold::write(const String& line) {
-    tick();
-    if (lines == 0)
-        windowStart = Clock::now();
-    if (++lines <= mostLines)
+    if (admit(line.length()))
         log.log(line);
 }
 
+bool LineFold::admit(std::int32_t length) {
+    tick();
+    if (seen++ == 0)
+        windowStart = Clock::now();
+    if (written >= room || characters >= mostCharacters)
+        return false;
+    ++written;
+    characters += length;
+    return true;
+}
+
 void LineFold::tick() {
-    if (lines == 0 || Clock::now() - windowStart < window)
-        return;
-    if (lines > mostLines)
-        log.log(String("Left out ") + Str::toWString(lines - mostLines) + " more lines \"" +
-                kindName + "\" of the last 10 seconds");
-    lines = 0;
+    if (seen > 0 && Clock::now() - windowStart >= window)
+        summarise();
+}
+
+void LineFold::summarise() {
+    if (seen > written)
+        log.log(String("Left out ") + Str::toWString(seen - written) + " more lines \"" + kindName +
+                "\" of the last 10 seconds");
+    seen = written = 0;
+    characters = 0;
 }
 
 }  // namespace Orvane

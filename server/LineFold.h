@@ -7,27 +7,40 @@
 
 namespace Orvane {
 
-/// Log lines of one kind that strangers on the network can cause: a few are written as they are, a
+/// Log lines of one kind that strangers on the network can cause: some are written as they are, a
 /// flood becomes one line with a count, so that it cannot fill the disk. One thread at a time.
 class LineFold {
   public:
     static constexpr std::int32_t mostLines = 20;
     static constexpr std::chrono::seconds window{10};
+    /// Room for text in a window, so that few long lines are not worse than many short ones.
+    static constexpr std::int32_t mostCharacters = 32 * 1024;
 
-    /// `kind` is how the summary names the lines.
-    LineFold(DrLog& target, const char* kind) : log(target), kindName(kind) {}
+    /// `kind` is how the summary names the lines, `most` how many a window has room for.
+    LineFold(DrLog& target, const char* kind, std::int32_t most = mostLines)
+        : log(target), kindName(kind), room(most) {}
+    ~LineFold() { summarise(); }
+    LineFold(const LineFold&) = delete;
+    LineFold& operator=(const LineFold&) = delete;
 
     void write(const String& line);
+    /// Counts a line, or several that belong together; true when they are to be written.
+    bool admit(std::int32_t characters = 0);
     /// Writes the summary once the window is over; to be called every few seconds.
     void tick();
 
   private:
+    void summarise();
+
     using Clock = std::chrono::steady_clock;
 
     DrLog& log;
     const char* kindName;
+    std::int32_t room;
     Clock::time_point windowStart;
-    std::int32_t lines = 0;  // seen in this window
+    std::int32_t seen = 0;  // in this window
+    std::int32_t written = 0;
+    std::int64_t characters = 0;  // written
 };
 
 }  // namespace Orvane

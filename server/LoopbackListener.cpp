@@ -4,6 +4,7 @@
 #include "protocol/Framing.h"
 #include "protocol/Ports.h"
 #include "server/PortInUse.h"
+#include "server/StrangersText.h"
 
 namespace Orvane {
 
@@ -55,7 +56,7 @@ bool LoopbackListener::tryLocalHandshake(const DrConfig& config, const FrameInfo
     strangers.write(
         String("WARNING: A local application connected to DR server, but did not follow required "
                "protocol. This could some other application in this computer is using port TCP ") +
-        Str::toWString(loopbackPort) + ". Received response is: \"" + answer + "\"");
+        Str::toWString(loopbackPort) + ". Received response is: \"" + shownInLog(answer) + "\"");
     plugin.reset();
     return false;
 }

@@ -12,26 +12,34 @@ namespace Orvane {
 /// Serves masters, strictly one at a time, on the thread that calls run().
 class MasterLoop {
   public:
-    /// Runs to its end with a master that has shaken hands, and the handshake's text as received.
-    using Job = std::function<void(Connection& master, const String& handshake)>;
+    /// What is to be done for a master.
+    struct Job {
+        String refusal;             ///< the log's line if the job is not to be done; empty if it is
+        std::function<void()> run;  ///< runs the job to its end
+    };
+    /// Looks at the handshake's text, as received from a master that has shaken hands. The job is
+    /// run or dropped while the connection exists.
+    using Preparation = std::function<Job(Connection& master, const String& handshake)>;
 
     /// All references must outlive the loop.
     MasterLoop(Listener& masterListener, DrLog& target, const std::atomic<bool>& stopFlag,
-               Job work);
+               Preparation prepareJob);
 
     /// Returns when the stop flag is seen, which is looked at between masters.
     void run();
 
   private:
     void serve(Connection& master);
+    void converse(Connection& master, const String& handshake);
     bool answer(Connection& master);
 
     Listener& listener;
     DrLog& log;
     const std::atomic<bool>& stopRequested;
-    Job job;
+    Preparation prepare;
     LineFold bogusConnections;
-    LineFold endsOfBogusConnections;
+    LineFold lostConnections;
+    LineFold refusedJobs;
 };
 
 }  // namespace Orvane

@@ -19,6 +19,8 @@ namespace Orvane {
 namespace {
 
 constexpr int commandPollSeconds = 2;
+const char* const scenePrefix = "received_scene_";
+constexpr std::u16string_view sceneSuffix = u".max";
 
 /// "max2014" is release 2014: three letters, then the year.
 std::int32_t versionNumber(const String& hostVersion) {
@@ -29,27 +31,16 @@ std::int32_t versionNumber(const String& hostVersion) {
 
 }  // namespace
 
-void RenderJob::run() {
-    if (!readRequest() || !chooseHost() || !mayLaunch())
-        return;
-    if (!downloadScene()) {
-        cleanUp();
-        return;
-    }
-    launchHost();
-    if (waitForHost())
-        relay();
-    finish();
-}
-
-bool RenderJob::readRequest() {
+String RenderJob::prepare() {
     try {
         DrMessage::parse(request).readFrameInfo(frameInfo);
-        return true;
     } catch (const MalformedMessage& error) {
-        node.log.log(String("Malformed XML: ") + error.what());
-        return false;
+        return String("Malformed XML: ") + error.what();
     }
+    if (!chooseHost())
+        return String("Unsupported 3ds max version: ") + Str::toWString(sceneVersion);
+    const String refusal = refusalOf(frameInfo);
+    return refusal.isEmpty() ? refusal : String("Refused job: ") + refusal;
 }
 
 bool RenderJob::chooseHost() {
@@ -60,24 +51,41 @@ bool RenderJob::chooseHost() {
         if (!node.config.hostPath(year).isEmpty())
             return true;
     }
-    node.log.log(String("Unsupported 3ds max version: ") + Str::toWString(sceneVersion));
     return false;
 }
 
-bool RenderJob::mayLaunch() {
-    const String refusal = refusalOf(frameInfo);
-    if (refusal.isEmpty())
-        return true;
-    node.log.log(String("Refused job: ") + refusal);
-    return false;
+void RenderJob::run() {
+    if (!downloadScene()) {
+        // Not the dumps: none are new, and in a folder that has become read-only they cannot go.
+        removeScene();
+        return;
+    }
+    launchHost();
+    if (waitForHost())
+        relay();
+    finish();
+}
+
+void RenderJob::removeLeftoverScenes() {
+    if (isDevelopmentVersion())
+        return;
+    FileSystem::Listing listing(node.config.dataFolder, scenePrefix);
+    while (const auto entry = listing.next()) {
+        const String path = node.config.dataFolder + "/" + entry->name;
+        if (entry->isFile && Str::endsWith(entry->name, sceneSuffix) &&
+            FileSystem::deleteFile(path))
+            node.log.log(String("Removed file: ") + path);
+    }
 }
 
 bool RenderJob::downloadScene() {
+    // Of jobs that ended with the machine's power; scenes are large, and nobody else removes them.
+    removeLeftoverScenes();
     const Stopwatch watch;
     node.log.log(String("Downloading 3ds max ") + Str::toWString(sceneVersion) +
                  " scene to render with 3ds max " + Str::toWString(hostVersion));
-    scenePath = node.config.dataFolder + "/received_scene_" +
-                String(std::to_string(randomNumber())) + ".max";
+    scenePath = node.config.dataFolder + "/" + scenePrefix +
+                String(std::to_string(randomNumber())) + String(sceneSuffix);
     try {
         // Not looked at: the host reports a scene that is not whole in its own log.
         receiveFile(master, scenePath);
@@ -97,8 +105,12 @@ void RenderJob::launchHost() {
     // Nothing of an earlier job may reach this master.
     removeDumpFiles(node.config, node.log);
     node.loopback.drainPendingConnections();
-    node.maxInvoker.run([](void* line) { runCommand(*static_cast<const String*>(line)); },
-                        &command);
+    node.maxInvoker.run([](void* job) { static_cast<RenderJob*>(job)->runHost(); }, this);
+}
+
+void RenderJob::runHost() {
+    if (runCommand(command) < 0)
+        node.log.log("Cannot start the command interpreter");
 }
 
 bool RenderJob::waitForHost() {
@@ -127,10 +139,14 @@ void RenderJob::relay() {
 
 void RenderJob::readCommand() {
     String text;
-    readMessage(master, text, commandPollSeconds);
+    const char* refusal = nullptr;
+    readMessage(master, text, commandPollSeconds, &refusal);
+    if (refusal != nullptr)
+        node.log.log(String("Refused a message of the master and closed its connection: ") +
+                     refusal);
     if (!messageHas(text, Tag::command, Tag::commandChild, Tag::endRender))
         return;
-    node.log.log("Got END signal from remote side, forwarding to 3ds max");
+    endSignals.write("Got END signal from remote side, forwarding to 3ds max");
     node.loopback.forwardEndRender();
 }
 
@@ -156,10 +172,14 @@ void RenderJob::waitForHostToEnd() {
 }
 
 void RenderJob::cleanUp() {
-    if (isDevelopmentVersion())
-        return;
-    removeDumpFiles(node.config, node.log);
-    FileSystem::deleteFile(scenePath);
+    if (!isDevelopmentVersion())
+        removeDumpFiles(node.config, node.log);
+    removeScene();
+}
+
+void RenderJob::removeScene() {
+    if (!isDevelopmentVersion())
+        FileSystem::deleteFile(scenePath);
 }
 
 }  // namespace Orvane

@@ -6,6 +6,7 @@
 #include "protocol/Connection.h"
 #include "protocol/DrMessage.h"
 #include "server/ImageRelay.h"
+#include "server/LineFold.h"
 #include "server/LoopbackListener.h"
 
 namespace Orvane {
@@ -27,28 +28,34 @@ class RenderJob {
         : node(renderNode),
           master(masterConnection),
           request(requestText),
-          images(masterConnection, renderNode.config, renderNode.log) {}
+          images(masterConnection, renderNode.config, renderNode.log),
+          endSignals(renderNode.log, "Got END signal from remote side") {}
 
-    /// Returns when the host has ended and the data folder is tidy.
+    /// Reads the request and chooses the host. Answers the log's line if the job is refused, and
+    /// nothing if it may run.
+    String prepare();
+    /// Returns when the host has ended and the data folder is tidy. After prepare().
     void run();
 
   private:
-    bool readRequest();
     bool chooseHost();
-    bool mayLaunch();
+    void removeLeftoverScenes();
     bool downloadScene();
     void launchHost();
+    void runHost();
     bool waitForHost();
     void relay();
     void readCommand();
     void finish();
     void waitForHostToEnd();
     void cleanUp();
+    void removeScene();
 
     RenderNode node;
     Connection& master;
     const String& request;
     ImageRelay images;
+    LineFold endSignals;
 
     FrameInfo frameInfo;
     std::int32_t sceneVersion = 0;

@@ -1,5 +1,6 @@
 #include "app/desktop/DrWindow.h"
 
+#include <wx/app.h>
 #include <wx/checkbox.h>
 #include <wx/evtloop.h>
 #include <wx/hyperlink.h>
@@ -131,14 +132,14 @@ void DrWindow::stopServer() {
         return;
     server->requestStop();
     // The log is shown until the end, and a box of a worker can be dismissed.
+    // Not by timers: who tells every window of a Windows program to close has closed theirs, too.
     wxGUIEventLoop loop;
-    wxTimer poll;
-    poll.Bind(wxEVT_TIMER, [this, &loop](wxTimerEvent&) {
-        if (!server->isBusy())
-            loop.ScheduleExit();
-    });
-    poll.Start(stopPollMs);
-    loop.Run();
+    const wxEventLoopActivator activation(&loop);
+    while (server->isBusy()) {
+        loop.DispatchTimeout(stopPollMs);
+        wxTheApp->ProcessPendingEvents();
+        log.flush();
+    }
     server.reset();
 }
 

@@ -11,7 +11,7 @@ from pathlib import Path
 
 import pytest
 
-from harness import Node
+from harness import Node, platform
 
 LIBC = ctypes.CDLL(None, use_errno=True)
 NEW_MOUNTS, NEW_USER, NEW_NETWORK = 0x00020000, 0x10000000, 0x40000000
@@ -61,5 +61,5 @@ def pytest_configure(config):
 @pytest.fixture
 def node(tmp_path):
     """A render node with blanks and letters of all kinds in its path; ended with the test."""
-    with Node(tmp_path / "Rénder Nöde 1€") as made:
+    with platform.world(tmp_path), Node(tmp_path / "Rénder Nöde 1€") as made:
         yield made

@@ -1,11 +1,11 @@
 """A render node made of the real server and the scripted host, and a master to use it. Bytes of text
 are shown as Latin-1, one character each, because any byte may stand in a path or a message."""
 
+import importlib
 import os
 import re
 import shlex
 import shutil
-import signal
 import socket
 import struct
 import subprocess
@@ -16,8 +16,8 @@ DISCOVERY, LOOPBACK, MASTER = 19666, 19667, 19668
 PATIENCE = 60
 SERVER = shlex.split(os.environ["ORVANE_SERVER"])
 HOST = Path(os.environ["ORVANE_HOST"])
-REGISTRY = Path("/etc/orvane/registry.ini")
-ECHO = "Starting 3ds max DR...\n"  # of the interpreter, between the lines of the log
+platform = importlib.import_module("on_win32" if SERVER[0] == "wine" else "on_posix")
+seen = platform.seen
 STAMP = re.compile(r"^\d{4}-\d\d-\d\d/\d\d:\d\d:\d\d   ", re.M)
 
 PLUGIN_ANSWER = "<OrvaneDrLocal><HandshakeInit>init</HandshakeInit></OrvaneDrLocal>"
@@ -41,11 +41,6 @@ def image(size):
     return (bytes(range(251)) * (size // 251 + 2))[start : start + size]
 
 
-def seen(path):
-    """A path as it stands in the server's texts."""
-    return os.fsencode(path).decode("latin-1")
-
-
 class Node:
     """One folder in which a server runs, one server at a time, and the hosts that it lends."""
 
@@ -59,7 +54,6 @@ class Node:
         return self
 
     def __exit__(self, failure, *_):
-        shutil.rmtree(REGISTRY.parent, ignore_errors=True)
         if failure and self.server:
             print(self.log(), self.errors())
             self.server.kill()
@@ -88,26 +82,27 @@ class Node:
 
     def configure(self, *lines):
         self.data.mkdir(exist_ok=True)
-        (self.data / "DrConfig-1.00.txt").write_bytes(os.fsencode("".join(l + "\n" for l in lines)))
+        (self.data / "DrConfig-1.00.txt").write_text("\n".join(lines) + "\n", "latin-1")
 
     def ready(self, *plan, year=2014):
         """The usual start: one host, its plan, the server."""
-        self.configure(f"{year} {self.install(year, *plan)}")
+        self.configure(f"{year} {seen(self.install(year, *plan))}")
         self.start()
 
     def spawn(self):
         with open(self.folder / "out", "wb") as out, open(self.folder / "err", "wb") as err:
             self.server = subprocess.Popen(
-                SERVER, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=out, stderr=err
-            )
+                SERVER, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=out, stderr=err,
+                pass_fds=[err.fileno()])  # one that the server knows nothing of
 
     def start(self):
         self.spawn()
         self.wait_for("Available 3dsmax versions:")
 
     def log(self):
-        """All lines of this run without their stamps."""
-        return STAMP.sub("", self.output().replace(ECHO, ""))
+        """All lines of this run without their stamps, and without what the interpreter echoes."""
+        text = self.output().replace(platform.ECHO, "")
+        return STAMP.sub("", text.replace(platform.LINE_END, "\n"))
 
     def output(self):
         return (self.folder / "out").read_bytes().decode("latin-1")
@@ -123,7 +118,7 @@ class Node:
         server, self.server = self.server, None
         return server.wait(PATIENCE)
 
-    def stop(self, how=signal.SIGTERM, errors=""):
+    def stop(self, how=platform.STOPS[0], errors=""):
         self.server.send_signal(how)
         status = self.ended()
         assert status == 0 and re.fullmatch(errors, self.errors()), (status, self.errors())
@@ -157,8 +152,13 @@ def scene_bytes(scene, announced=None):
 
 
 class Peer:
+    """Takes little without reading: what the server has sent is for the most part still with it."""
+
     def __init__(self, port):
-        self.link = socket.create_connection(("127.0.0.1", port), PATIENCE)
+        self.link = socket.socket()
+        self.link.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 65536)
+        self.link.settimeout(PATIENCE)
+        self.link.connect(("127.0.0.1", port))
 
     def __enter__(self):
         return self

@@ -20,14 +20,14 @@ def padded(size):
 
 
 def test_requests_that_no_host_may_see(node):
-    node.configure(f"2014 {node.install(2014, 'exit 0')}", "2016 /nowhere")
+    node.configure(f"2014 {seen(node.install(2014, 'exit 0'))}", "2016 /nowhere")
     node.start()
     unsupported = {"max2017": 2017, "max2010": 2010, "maxabc": 0, "ma": 0, "": 0, "max-7": -7}
     for version in unsupported:
         with Master() as master:
             assert master.shake(version=version).at_end()
     frames = ["1;touch x", "1 2", "$(touch x)", "\xe9"]
-    cameras = ["$(touch x)", "`touch x`", 'a" ; touch x ; "', "a\\", "a\x07", "a\x81"]
+    cameras = [*platform.REFUSED_IN_QUOTES, 'a" ; touch x ; "', "a\x07", "a\x81"]
     for fields in [{"frame": f} for f in frames] + [{"camera": c} for c in cameras]:
         with Master() as master:
             master.job(**fields)
@@ -41,16 +41,14 @@ def test_requests_that_no_host_may_see(node):
     assert "Downloading" not in log and node.scenes() == []
     assert not (node.folder / "x").exists() and not (node.host(2014) / "record.txt").exists()
 
-    # What the interpreter leaves alone within quotes does reach the host, as it stands.
-    camera = "a;b|c>d*e'f%g#h!(i)~ && touch x"
     with Master() as master:
-        master.job(camera=camera.replace("&", "&amp;"))
-        assert ["argument", camera] in node.started_host()
+        master.job(camera=platform.ODD_CAMERA.replace("&", "&amp;"))
+        assert ["argument", platform.ODD_CAMERA] in node.started_host()
         assert master.at_end()
     with Master() as master:
         master.job(version="max2015")
         assert master.at_end()
-    log = node.final_log(errors="sh: .*/nowhere/3dsmaxcmd.exe: .*\n")  # of the interpreter
+    log = node.final_log(errors=platform.NO_SUCH_PROGRAM)
     assert "2015 scene to render with 3ds max 2016" in log
     assert log.count("Got no response from 3ds max, aborting") == 2
     assert not (node.folder / "x").exists()
@@ -73,11 +71,12 @@ def test_bogus_masters(node):
         assert master.dropped()
     Master().link.close()
     Master().reset()
-    node.wait_for("Ready for new connection", len(texts) + 3)
+    node.wait_for("Ready for new connection", len(texts) + 2)
     log = node.log()
     for text in texts[:-2]:
         assert BOGUS + text[:-1].decode("latin-1") + "\nReady for new connection" in log
-    assert log.count(BOGUS + "\n") == 3 and BOGUS + "<OrvaneDr\n" in log
+    # A system may keep a connection to itself that is reset before it is accepted.
+    assert log.count(BOGUS + "\n") in (2, 3) and BOGUS + "<OrvaneDr\n" in log
     assert "Accepted" not in log and "Handshake: " not in log
     for text in (with_elements(246), padded(65536)):
         with Master() as master:
@@ -92,8 +91,8 @@ def test_slow_masters(node, sent):
         waiting.send(request(version="max2017"))
 
         def drip():
-            while slow.link.send(b"z"):
-                time.sleep(0.3)
+            time.sleep(0.3)
+            slow.link.send(b"z")
 
         if sent is None:
             with pytest.raises(ConnectionError):
@@ -108,7 +107,6 @@ def test_slow_masters(node, sent):
     assert "Unsupported" in after
 
 
-@pytest.mark.linux
 @pytest.mark.parametrize("how", ["reset", "truncated"])
 def test_image_that_breaks_off(node, how):
     size = 60_000_000
@@ -138,7 +136,6 @@ def test_image_that_breaks_off(node, how):
         "Ready for new connection\nAccepted remote connection from 127.0.0.1\n") in node.final_log()
 
 
-@pytest.mark.linux
 def test_half_written_image(node):
     node.ready(*ONLINE, "begin dumpHalf.exr 100000", "dump dumpWhole.exr 10", "gone dumpWhole.exr",
                "await go", "complete", "leave")
@@ -153,7 +150,6 @@ def test_half_written_image(node):
     node.wait_for("Ready for new connection")
 
 
-@pytest.mark.linux
 @pytest.mark.parametrize("cause", ["beyond the disk", "disk full", "folder gone"])
 def test_scene_that_cannot_be_written(node, cause):
     if cause == "disk full":
@@ -182,12 +178,10 @@ def test_scene_that_cannot_be_written(node, cause):
     assert node.scenes() == [] and not (node.host(2014) / "record.txt").exists()
 
 
-@pytest.mark.linux
 @pytest.mark.parametrize("number, kept", [(57, True), (58, False)])
 def test_short_scene_on_a_developers_machine(node, number, kept):
-    REGISTRY.parent.mkdir()
-    REGISTRY.write_text(f"[SOFTWARE/Orvane]\ndevelopmentVer={number}\n")
-    node.ready(*ONLINE, "dump dumpA.exr 10", "leave")
+    platform.register(f"[SOFTWARE/Orvane]\ndevelopmentVer={number}\n")
+    node.ready("dump dumpA.exr 10", *ONLINE, "leave")
     sent = image(70000)
     with Master() as master:
         master.shake().send(struct.pack("<q", -1))

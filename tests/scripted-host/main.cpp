@@ -57,6 +57,7 @@ std::pair<std::string, std::size_t> nameAndSize(const std::string& argument) {
 void writeWhole(const std::string& path, const std::string& bytes) {
     const std::string temporary = path + ".tmp";
     std::ofstream(temporary, std::ios::binary) << bytes;
+    std::remove(path.c_str());  // Windows renames to no name that is taken
     if (std::rename(temporary.c_str(), path.c_str()) != 0)
         fail("cannot write " + path);
 }

@@ -66,64 +66,64 @@ class Streams : public testing::Test {
         do
             listener = std::make_unique<Listener>(Listener::Reach::Loopback, ++port, patience);
         while (!listener->isOk());
-        near = Connection::connect("127.0.0.1", port, patience);
-        far = listener->accept();
-        ASSERT_TRUE(near != nullptr && far != nullptr);
-        near->setTimeout(patience);
-        far->setTimeout(patience);
+        nearEnd = Connection::connect("127.0.0.1", port, patience);
+        farEnd = listener->accept();
+        ASSERT_TRUE(nearEnd != nullptr && farEnd != nullptr);
+        nearEnd->setTimeout(patience);
+        farEnd->setTimeout(patience);
     }
 
     void send(const std::string& bytes) {
-        EXPECT_EQ(far->write(bytes.data(), bytes.size()), bytes.size());
+        EXPECT_EQ(farEnd->write(bytes.data(), bytes.size()), bytes.size());
     }
     void sendFileHead(std::int64_t size) {
-        EXPECT_EQ(far->write(&size, sizeof(size)), sizeof(size));
+        EXPECT_EQ(farEnd->write(&size, sizeof(size)), sizeof(size));
     }
     std::string receive(std::size_t size) {
         std::string bytes(size, '\0');
-        bytes.resize(far->read(bytes.data(), size));
+        bytes.resize(farEnd->read(bytes.data(), size));
         return bytes;
     }
 
     static constexpr int patience = 20;
     SocketLibrary sockets;
-    std::unique_ptr<Connection> near, far;
+    std::unique_ptr<Connection> nearEnd, farEnd;
 };
 
 TEST_F(Streams, MessagesEndWithAZeroAndNothingBehindItIsRead) {
     send(std::string("one\0\0tw\x80\xE9\0rest", 14));
     String text;
     for (const char* expected : {"one", "", "tw\x80\xE9"}) {
-        EXPECT_EQ(readMessage(*near, text, patience), 0);
+        EXPECT_EQ(readMessage(*nearEnd, text, patience), 0);
         EXPECT_EQ(text, String(expected));
     }
     char rest[4];
-    EXPECT_EQ(near->read(rest, sizeof(rest)), sizeof(rest));
+    EXPECT_EQ(nearEnd->read(rest, sizeof(rest)), sizeof(rest));
     EXPECT_EQ(std::string(rest, sizeof(rest)), "rest");
-    EXPECT_EQ(writeMessage(*near, String(u"\u20AC\u4E2D"), patience), 0);
-    EXPECT_EQ(writeMessage(*near, "", patience), 0);
+    EXPECT_EQ(writeMessage(*nearEnd, String(u"\u20AC\u4E2D"), patience), 0);
+    EXPECT_EQ(writeMessage(*nearEnd, "", patience), 0);
     EXPECT_EQ(receive(4), std::string("\x80?\0\0", 4));
 
     send("half");
-    EXPECT_EQ(readMessage(*near, text, 1), 1);
+    EXPECT_EQ(readMessage(*nearEnd, text, 1), 1);
     EXPECT_EQ(text, String("half"));
-    EXPECT_TRUE(near->isAlive());
+    EXPECT_TRUE(nearEnd->isAlive());
     send(std::string(65536, 'x') + '\0');
-    EXPECT_EQ(readMessage(*near, text, patience), 0);
+    EXPECT_EQ(readMessage(*nearEnd, text, patience), 0);
     EXPECT_EQ(text.length(), 65536);
     send("cut");
-    far->close();
-    EXPECT_EQ(readMessage(*near, text, patience), 1);
+    farEnd->close();
+    EXPECT_EQ(readMessage(*nearEnd, text, patience), 1);
     EXPECT_EQ(text, String("cut"));
-    EXPECT_FALSE(near->isAlive());
-    EXPECT_EQ(readMessage(*near, text, patience) + writeMessage(*near, text, patience), 2);
+    EXPECT_FALSE(nearEnd->isAlive());
+    EXPECT_EQ(readMessage(*nearEnd, text, patience) + writeMessage(*nearEnd, text, patience), 2);
 }
 
 TEST_F(Streams, AnEndlessMessageIsRefused) {
     send(std::string(65537, 'x'));
     String text;
-    EXPECT_EQ(readMessage(*near, text, patience), 1);
-    EXPECT_FALSE(near->isAlive());
+    EXPECT_EQ(readMessage(*nearEnd, text, patience), 1);
+    EXPECT_FALSE(nearEnd->isAlive());
 }
 
 std::string patternBytes(std::size_t size) {
@@ -144,47 +144,47 @@ TEST_F(Streams, FilesTravelWhole) {
         const std::string bytes = patternBytes(size);
         std::ofstream("sent.bin", std::ios::binary) << bytes;
         int sent = -1;
-        std::thread sender([&] { sent = sendFile(*far, "sent.bin"); });
-        EXPECT_EQ(receiveFile(*near, "received.bin"), 0);
+        std::thread sender([&] { sent = sendFile(*farEnd, "sent.bin"); });
+        EXPECT_EQ(receiveFile(*nearEnd, "received.bin"), 0);
         sender.join();
         EXPECT_EQ(sent, 0);
         EXPECT_TRUE(fileBytes("received.bin") == bytes) << size;
     }
     std::ofstream("sent.bin", std::ios::binary) << "abc";
-    EXPECT_EQ(sendFile(*near, "sent.bin"), 0);
+    EXPECT_EQ(sendFile(*nearEnd, "sent.bin"), 0);
     EXPECT_EQ(receive(11), std::string("\3\0\0\0\0\0\0\0abc", 11));
-    EXPECT_THROW(sendFile(*near, "no such file"), Exception);
-    EXPECT_THROW(receiveFile(*near, "no folder/file"), Exception);
+    EXPECT_THROW(sendFile(*nearEnd, "no such file"), Exception);
+    EXPECT_THROW(receiveFile(*nearEnd, "no folder/file"), Exception);
 }
 
 TEST_F(Streams, AShortFileIsFilledUpToItsChunk) {
     const std::string bytes = patternBytes(70000);
     sendFileHead(100000);
     send(bytes);
-    far->close();
-    EXPECT_EQ(receiveFile(*near, "received.bin"), 1);
+    farEnd->close();
+    EXPECT_EQ(receiveFile(*nearEnd, "received.bin"), 1);
     EXPECT_TRUE(fileBytes("received.bin") == bytes + bytes.substr(4464, 30000));
-    EXPECT_EQ(receiveFile(*near, "untouched.bin") + sendFile(*near, "received.bin"), 2);
+    EXPECT_EQ(receiveFile(*nearEnd, "untouched.bin") + sendFile(*nearEnd, "received.bin"), 2);
     EXPECT_EQ(FileSystem::fileSize("untouched.bin"), -1);
 }
 
 TEST_F(Streams, OnlyZerosFillUpTheFirstChunk) {
     sendFileHead(1000);
     send("abc");
-    far->close();
-    EXPECT_EQ(receiveFile(*near, "received.bin"), 1);
+    farEnd->close();
+    EXPECT_EQ(receiveFile(*nearEnd, "received.bin"), 1);
     EXPECT_TRUE(fileBytes("received.bin") == "abc" + std::string(997, '\0'));
 }
 
 TEST_F(Streams, ImpossibleSizesAreRefused) {
     sendFileHead(std::numeric_limits<std::int64_t>::min());
-    EXPECT_EQ(receiveFile(*near, "received.bin"), 1);
+    EXPECT_EQ(receiveFile(*nearEnd, "received.bin"), 1);
     EXPECT_EQ(FileSystem::fileSize("received.bin"), 0);
     sendFileHead(std::numeric_limits<std::int64_t>::max());
-    EXPECT_THROW(receiveFile(*near, "received.bin"), Exception);
+    EXPECT_THROW(receiveFile(*nearEnd, "received.bin"), Exception);
     send("1234567");
-    far->close();
-    EXPECT_EQ(receiveFile(*near, "received.bin"), 1);
+    farEnd->close();
+    EXPECT_EQ(receiveFile(*nearEnd, "received.bin"), 1);
 }
 
 }  // namespace

@@ -56,6 +56,7 @@ std::vector<std::string> commandLine(const std::string& scene, const std::string
 
 pid_t spawn(std::vector<std::string> arguments, const SpawnActions& settings) {
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments)
         pointers.push_back(argument.data());
     pointers.push_back(nullptr);

@@ -27,6 +27,8 @@ class CommandLine {
   public:
     CommandLine() {
         app.require_subcommand(1);
+        // A path may begin with a slash on Windows too.
+        app.allow_windows_style_options(false);
         app.set_version_flag("--version", ORVANE_VERSION);
         app.footer(exitStatusHelp);
         // Also those of the commands read better one per line.
@@ -47,7 +49,7 @@ class CommandLine {
     }
 
   private:
-    CLI::App* add(const char* name, const char* help, Run command) {
+    CLI::App* add(const char* name, const char* help, const Run& command) {
         CLI::App* const added = app.add_subcommand(name, help);
         added->callback([this, command] { chosen = command; });
         return added;

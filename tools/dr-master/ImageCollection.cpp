@@ -57,7 +57,7 @@ ImageCollection::ImageCollection(std::filesystem::path imageFolder)
 }
 
 std::string ImageCollection::receive(JobSession& session) {
-    const std::string name = imageName(taken + 1);
+    std::string name = imageName(taken + 1);
     const TemporaryFile incoming(file(unfinished));
     ProgressBar progress(name);
     session.receiveImage(pathText(incoming.path), progress);

@@ -1,0 +1,34 @@
+"""The server as a Linux program."""
+
+import os
+import shutil
+import signal
+from contextlib import contextmanager
+from pathlib import Path
+
+REGISTRY = Path("/etc/orvane/registry.ini")
+STOPS = [signal.SIGTERM, signal.SIGINT]
+STREAMS = ["0", "1", "2"]  # all that a host inherits
+ECHO = "Starting 3ds max DR...\n"
+LINE_END = "\n"
+REFUSED_IN_QUOTES = ["$(touch x)", "`touch x`", "a\\"]
+ODD_CAMERA = "a;b|c>d*e'f%g#h!(i)~ && touch x"  # but the interpreter leaves it alone within quotes
+NO_SUCH_PROGRAM = "sh: .*/nowhere/3dsmaxcmd.exe: .*\n"
+
+
+@contextmanager
+def world(_folder):
+    """Where servers run in a test; nothing of it is left."""
+    yield
+    shutil.rmtree(REGISTRY.parent, ignore_errors=True)
+
+
+def seen(path):
+    """A path as it stands in the server's texts."""
+    return os.fsencode(path).decode("latin-1")
+
+
+def register(text):
+    """Makes this all that the registry holds of hosts and of us."""
+    REGISTRY.parent.mkdir(exist_ok=True)
+    REGISTRY.write_text(text)

@@ -1,0 +1,56 @@
+"""The server as a Windows program, in Wine."""
+
+import os
+import re
+import shutil
+import signal
+import subprocess
+from contextlib import contextmanager
+from pathlib import Path
+
+STOPS = [signal.SIGINT]  # Wine makes it Ctrl+C; the other signals end a program at once
+STREAMS = None  # not to be seen here
+ECHO = "Starting 3ds max DR... \r\n"
+LINE_END = "\r\n"
+REFUSED_IN_QUOTES = ["%PATH%"]
+ODD_CAMERA = "a;b|c>d*e'f$g#h!(i)~^ && touch x\\y"  # but the interpreter leaves it alone within quotes
+NO_SUCH_PROGRAM = ".*\n"
+HOST_KEYS = ["HKLM\\SOFTWARE\\Autodesk", "HKLM\\SOFTWARE\\Orvane"]
+PREFIX = Path(__file__).parents[1] / "windows/fresh-prefix"
+
+
+@contextmanager
+def world(folder):
+    """A Wine of its own: its server makes the sockets, so it must live in the test's network."""
+    os.environ["WINEPREFIX"] = str(folder / "wine")
+    subprocess.run([PREFIX, folder / "wine"], check=True)
+    # Keeps Wine's own services alive, and what they have to say away from our programs' errors.
+    with subprocess.Popen(["wine", "cmd"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                          stderr=subprocess.DEVNULL) as keeper:
+        keeper.stdout.readline()
+        yield
+        subprocess.run(["wineserver", "-k"])
+    subprocess.run(["wineserver", "-w"])
+    shutil.rmtree(folder / "wine")
+
+
+def seen(path):
+    """A path as it stands in the server's texts: its folder is Windows', the rest is its own."""
+    folder, slash, rest = str(path).partition("/drData")
+    return ("Z:" + folder.replace("/", "\\") + slash + rest).encode("cp1252").decode("latin-1")
+
+
+def wine(*command):
+    return subprocess.run(["wine", *command], check=True, capture_output=True, text=True).stdout
+
+
+def register(text):
+    """Makes this all that the registry holds of hosts and of us."""
+    for key in HOST_KEYS:
+        subprocess.run(["wine", "reg", "delete", key, "/reg:64", "/f"], capture_output=True)
+    for section in re.findall(r"(^\[[^[]*)", text, re.M):
+        key, *values = section.splitlines()
+        for name, value in (line.split("=") for line in values):
+            kind = "REG_DWORD" if value.strip().isdigit() else "REG_SZ"
+            wine("reg", "add", "HKLM\\" + key.strip("[]").replace("/", "\\"), "/reg:64", "/f",
+                 "/v", name.strip(), "/t", kind, "/d", value.strip())
