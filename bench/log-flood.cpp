@@ -3,6 +3,7 @@
 #include <wx/app.h>
 #include <wx/imagpng.h>
 #include <wx/socket.h>
+#include <wx/textctrl.h>
 #include <wx/timer.h>
 
 #include <algorithm>
@@ -52,6 +53,14 @@ class BurstApp : public wxApp {
     }
 
   private:
+    int linesShown() const {
+        for (const wxWindow* child : window->GetChildren()) {
+            if (const auto* text = dynamic_cast<const wxTextCtrl*>(child))
+                return text->GetNumberOfLines();
+        }
+        return 0;
+    }
+
     void takeTurn() {
         const auto now = Clock::now();
         auto& longest = workers.empty() ? longestBefore : longestGap;
@@ -76,6 +85,7 @@ class BurstApp : public wxApp {
                      milliseconds(longestBefore));
         std::fprintf(stderr, "longest gap during %d lines: %.1f ms\n", workerCount * linesPerWorker,
                      milliseconds(longestGap));
+        std::fprintf(stderr, "lines shown in the end: %d\n", linesShown());
         window->Close(true);
     }
 
