@@ -2,6 +2,7 @@
 
 // winsock2.h must come before anything that includes windows.h.
 #include <winsock2.h>
+
 #include <windows.h>
 
 #include <array>

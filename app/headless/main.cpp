@@ -46,10 +46,13 @@ class HeadlessProgram {
     void close(DrServer& server) {
         constexpr std::chrono::milliseconds pollPeriod{50};
         server.requestStop();
-        do {
+        bool busy = true;
+        while (busy) {
             std::this_thread::sleep_for(pollPeriod);
+            // Asked first, or what a worker logs between the two would never be written.
+            busy = server.isBusy();
             log.flush();
-        } while (server.isBusy());
+        }
     }
 
     StopSignal stop;  // before any thread is started

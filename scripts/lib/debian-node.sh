@@ -117,7 +117,7 @@ stop_node() {
 wait_for() {
     local what=$1 deadline=$((SECONDS + 60))
     shift
-    until "$@" 2>/dev/null; do
+    until "$@" >/dev/null 2>&1; do
         if ((SECONDS >= deadline)); then
             echo "${0##*/}: waited in vain for $what" >&2
             return 1

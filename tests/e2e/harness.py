@@ -92,8 +92,8 @@ class Node:
     def spawn(self):
         with open(self.folder / "out", "wb") as out, open(self.folder / "err", "wb") as err:
             self.server = subprocess.Popen(
-                SERVER, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=out, stderr=err
-            )
+                SERVER, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=out, stderr=err,
+                pass_fds=[err.fileno()])  # one that the server knows nothing of
 
     def start(self):
         self.spawn()

@@ -181,7 +181,7 @@ def test_scene_that_cannot_be_written(node, cause):
 @pytest.mark.parametrize("number, kept", [(57, True), (58, False)])
 def test_short_scene_on_a_developers_machine(node, number, kept):
     platform.register(f"[SOFTWARE/Orvane]\ndevelopmentVer={number}\n")
-    node.ready(*ONLINE, "dump dumpA.exr 10", "leave")
+    node.ready("dump dumpA.exr 10", *ONLINE, "leave")
     sent = image(70000)
     with Master() as master:
         master.shake().send(struct.pack("<q", -1))

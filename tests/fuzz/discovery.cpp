@@ -13,6 +13,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     }();
     const std::string text(bytesOf(data, size).substr(0, 255));
     if (isAnswered(String(text.c_str()), *config))
-        mustHold(text.find("<OrvaneDrDiscovery") != text.npos && text.find("<Request") != text.npos);
+        mustHold(text.find("<OrvaneDrDiscovery") != text.npos &&
+                 text.find("<Request") != text.npos);
     return 0;
 }

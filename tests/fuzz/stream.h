@@ -22,7 +22,8 @@ inline std::unique_ptr<Orvane::Connection> streamOf(std::string_view bytes) {
     path.copy(name.sun_path, sizeof(name.sun_path) - 1);
     const int peer = socket(AF_UNIX, SOCK_STREAM, 0);
     mustHold(connect(peer, reinterpret_cast<const sockaddr*>(&name), sizeof(name)) == 0);
-    auto accepted = std::make_unique<wxSocketBase>(Orvane::NativeSocket::streamFlags(), wxSOCKET_BASE);
+    auto accepted =
+        std::make_unique<wxSocketBase>(Orvane::NativeSocket::streamFlags(), wxSOCKET_BASE);
     mustHold(listener->AcceptWith(*accepted, true));
     // What does not fit into the socket is not sent: more than a message or a chunk fits.
     const ssize_t sent = send(peer, bytes.data(), bytes.size(), MSG_DONTWAIT);
