@@ -14,6 +14,7 @@
 #include "OrvaneCore/FileSystem.h"
 #include "app/desktop/DisplayText.h"
 #include "app/desktop/FolderOpener.h"
+#include "app/desktop/FrameColour.h"
 #include "app/desktop/LogText.h"
 #include "app/desktop/MessageBoxes.h"
 #include "app/desktop/MyIcon.h"
@@ -54,6 +55,7 @@ DrWindow::DrWindow()
 DrWindow::~DrWindow() = default;
 
 void DrWindow::layOut() {
+    setFrameColour(*this);
     auto* column = new wxBoxSizer(wxVERTICAL);
     saveImages = new wxCheckBox(this, saveImagesId, "[DEBUG] Save sent images");
     saveImages->SetToolTip(
