@@ -15,7 +15,7 @@ from harness import Node, platform
 
 LIBC = ctypes.CDLL(None, use_errno=True)
 NEW_MOUNTS, NEW_USER, NEW_NETWORK = 0x00020000, 0x10000000, 0x40000000
-BIND, RECURSIVE, PRIVATE = 0x1000, 0x4000, 0x40000
+BIND, MOVE, RECURSIVE, PRIVATE = 0x1000, 0x2000, 0x4000, 0x40000
 
 
 def must(result):
@@ -41,12 +41,15 @@ def isolate_worker():
         set_flags, up_and_running = 0x8914, 0x41
         fcntl.ioctl(any_socket, set_flags, struct.pack("16sh22x", b"lo", up_and_running))
     mount("none", "/", flags=RECURSIVE | PRIVATE)
-    real_etc = Path(tempfile.mkdtemp(prefix="etc-"))
-    mount("/etc", real_etc, flags=BIND | RECURSIVE)
-    mount("none", "/etc", "tmpfs")
-    for entry in real_etc.iterdir():
+    own_etc = Path(tempfile.mkdtemp(prefix="etc-"))
+    mount("none", own_etc, "tmpfs")
+    (own_etc / "real").mkdir()
+    mount("/etc", own_etc / "real", flags=BIND | RECURSIVE)
+    for entry in (own_etc / "real").iterdir():
         if entry.name != "orvane":
-            Path("/etc", entry.name).symlink_to(entry)
+            (own_etc / entry.name).symlink_to(f"/etc/real/{entry.name}")
+    mount(str(own_etc), "/etc", flags=MOVE)
+    own_etc.rmdir()
 
 
 def pytest_configure(config):
