@@ -9,7 +9,7 @@ import harness
 import pytest
 import test_job
 from conftest import node  # noqa: F401, a fixture
-from desktop import ERROR, TITLE, Session
+from desktop import ERROR, TITLE, Session, xdo
 from harness import *
 from on_win32 import wine
 
@@ -62,18 +62,16 @@ def test_job_of_the_command_line_master(node, master):
     assert node.heard_by_host().endswith(END_RENDER)
 
 
-def test_other_code_page(node, tmp_path):  # noqa: F811, for its Wine
+def test_other_code_page(node, tmp_path, monkeypatch):  # noqa: F811, for its Wine
     """A Cyrillic node: its folder's letters are in no path of code page 1252."""
-    wine("reg", "add", r"HKLM\System\CurrentControlSet\Control\Nls\CodePage", "/f", "/v", "ACP", "/d",
-         "1251")
+    subprocess.run(["localedef", "-i", "ru_RU", "-f", "UTF-8", tmp_path / "ru_RU.UTF-8"], check=True)
+    monkeypatch.setenv("LOCPATH", str(tmp_path))
+    monkeypatch.setenv("LC_ALL", "ru_RU.UTF-8")
     subprocess.run(["wineserver", "-k"])
     subprocess.run(["wineserver", "-w"])
-    platform.CODE_PAGE = "cp1251"
-    try:
-        with harness.Node(tmp_path / "Узел 1") as cyrillic:
-            test_job.test_two_whole_jobs(cyrillic)
-    finally:
-        platform.CODE_PAGE = "cp1252"
+    monkeypatch.setattr(platform, "CODE_PAGE", "cp1251")
+    with harness.Node(tmp_path / "Узел 1") as cyrillic:
+        test_job.test_two_whole_jobs(cyrillic)
 
 
 @pytest.fixture
@@ -95,10 +93,20 @@ def test_window(session, node, tmp_path, monkeypatch):
             eventually(lambda: box not in session.windows(ERROR))
         assert second.ended() == 1
         assert "Cannot bind to discovery port (UDP 19666)" in second.log()
+    for way in ("icon", "menu"):
+        session.press("alt+F9")
+        session.shows(TITLE, 0)
+        icon = eventually(lambda: xdo("search", "--onlyvisible", "--name", "YXTrayEmbedder"))[0]
+        session.click(icon, 8, 8, button=1 if way == "icon" else 3)
+        if way == "menu":
+            session.click(session.shows(""), 40, 10)
+        session.in_front(TITLE)
     # The close box during a job.
     with Master() as master:
         master.job()
         assert master.image() == image(65537)
+        # What is in front is the host's console.
+        xdo("windowactivate", session.shows(TITLE))
         window = session.in_front(TITLE)
         session.press("alt+F4")
         eventually(lambda: "DR is running" in session.copied(window, 300, 300))
@@ -111,7 +119,7 @@ def test_installer(session, node, tmp_path):
     drive = tmp_path / "wine/drive_c"
     programs = drive / "Program Files" / NAME
     start_menu = drive / "ProgramData/Microsoft/Windows/Start Menu/Programs"
-    shortcuts = [start_menu / f"{NAME}.lnk", start_menu / "Startup" / f"{NAME}.lnk"]
+    shortcuts = [start_menu / f"{NAME}.lnk", start_menu / "StartUp" / f"{NAME}.lnk"]
     setup = ["wine", os.environ["ORVANE_SETUP"], "/S"]
     assert subprocess.run(setup).returncode == 0
     assert all(path.exists() for path in shortcuts)
