@@ -112,7 +112,8 @@ def test_plugin_that_breaks_off(node, fault):
         master.job(SCENE)
         node.started_host()
         for said in [ANSWER[:-1].ljust(65537), *(ANSWER[:sent] for sent in sample)]:
-            with Peer(LOOPBACK) as plugin:
+            # A system may keep a connection to itself that is reset before it is accepted.
+            with Peer(LOOPBACK).greeted() as plugin:
                 plugin.send(said)
                 fault(plugin)
         node.allow(2014, "go")
