@@ -54,7 +54,7 @@ class Closing:
         node.plan(YEAR, *PLAN)
         if stage == "start":
             node.spawn()
-            time.sleep(random.uniform(0, 0.3))
+            time.sleep(random.random() ** 3)  # mostly at the very beginning
             self.stop()
             # Before the program has taken over the signal the system ends it.
             assert node.ended() in (0, -signal.SIGTERM, -signal.SIGINT)
@@ -83,7 +83,7 @@ class Closing:
         lines = node.output().replace(platform.ECHO, "")
         assert (node.data / "DrLog.txt").read_bytes().decode("latin-1").endswith(lines)
         if self.whole:
-            assert "DR is finished\nClosed loopback connection\n\n\nReady for new" in node.log()
+            assert 0 < lines.find("DR is finished") < lines.rfind("Ready for new connection"), lines
 
     def go_on(self):
         for name in ("go", "end"):
