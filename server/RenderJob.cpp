@@ -140,11 +140,11 @@ void RenderJob::relay() {
 void RenderJob::readCommand() {
     String text;
     const char* refusal = nullptr;
-    readMessage(master, text, commandPollSeconds, &refusal);
+    const int result = readMessage(master, text, commandPollSeconds, &refusal);
     if (refusal != nullptr)
         node.log.log(String("Refused a message of the master and closed its connection: ") +
                      refusal);
-    if (!messageHas(text, Tag::command, Tag::commandChild, Tag::endRender))
+    if (result != 0 || !messageHas(text, Tag::command, Tag::commandChild, Tag::endRender))
         return;
     endSignals.write("Got END signal from remote side, forwarding to 3ds max");
     node.loopback.forwardEndRender();

@@ -111,9 +111,9 @@ def test_plugin_that_breaks_off(node, fault):
     with Master() as master:
         master.job(SCENE)
         node.started_host()
-        for sent in sample:
+        for said in [ANSWER[:-1].ljust(65537), *(ANSWER[:sent] for sent in sample)]:
             with Peer(LOOPBACK) as plugin:
-                plugin.send(ANSWER[:sent])
+                plugin.send(said)
                 fault(plugin)
         node.allow(2014, "go")
         assert master.image() == image(SIZE)
@@ -157,7 +157,7 @@ def test_floods_during_a_job(node):
             stranger.send(request(version="max2017")[:-1].ljust(60_000) + b"\0")
             stranger.receive(len(WELCOME))
     log = node.final_log()
-    assert len(log) < 200_000 and log.count("Got END signal") <= 40
+    assert len(log) < 300_000 and log.count("Got END signal") <= 40
 
 
 def test_datagrams_of_all_kinds(node):
