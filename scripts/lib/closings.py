@@ -178,6 +178,8 @@ STAGES = ["start", "waiting", "handshake", "request", "download", "launch", "hos
 
 
 def run(stage, times):
+    # A shell that works in the background has it ignored.
+    signal.signal(signal.SIGINT, signal.default_int_handler)
     whole, longest = 0, 0.0
     with tempfile.TemporaryDirectory(prefix="closings-") as folder, Node(Path(folder) / "node") as node:
         node.configure(f"{YEAR} {node.install(YEAR)}")
