@@ -1,6 +1,7 @@
 #include "server/RenderJob.h"
 
 #include <chrono>
+#include <thread>
 
 #include "OrvaneCore/CommandInterpreter.h"
 #include "OrvaneCore/DevelopmentVersion.h"
@@ -19,6 +20,8 @@ namespace Orvane {
 namespace {
 
 constexpr int commandPollSeconds = 2;
+// Masters whose scenes cannot be written come and go in no time, and each has its lines in the log.
+constexpr std::chrono::seconds pauseAfterFailedDownload{1};
 const char* const scenePrefix = "received_scene_";
 constexpr std::u16string_view sceneSuffix = u".max";
 
@@ -58,6 +61,7 @@ void RenderJob::run() {
     if (!downloadScene()) {
         // Not the dumps: none are new, and in a folder that has become read-only they cannot go.
         removeScene();
+        std::this_thread::sleep_for(pauseAfterFailedDownload);
         return;
     }
     launchHost();
@@ -151,11 +155,12 @@ void RenderJob::readCommand() {
 }
 
 void RenderJob::finish() {
-    images.relayLastDumps();
+    images.relayDumps();
     node.log.log("DR is finished");
     node.loopback.closeLocalConnection();
     node.log.log("Closed loopback connection\n\n");
     waitForHostToEnd();
+    images.relayLastDumps();
     cleanUp();
 }
 

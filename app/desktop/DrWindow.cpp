@@ -12,6 +12,7 @@
 
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/FileSystem.h"
+#include "app/desktop/DisplayLoss.h"
 #include "app/desktop/DisplayText.h"
 #include "app/desktop/FolderOpener.h"
 #include "app/desktop/FrameColour.h"
@@ -50,7 +51,9 @@ DrWindow::DrWindow()
     start();
 }
 
-DrWindow::~DrWindow() = default;
+DrWindow::~DrWindow() {
+    whenDisplayIsLost([] {});
+}
 
 void DrWindow::layOut() {
     setFrameColour(*this);
