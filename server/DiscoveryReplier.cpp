@@ -1,5 +1,6 @@
 #include "server/DiscoveryReplier.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <optional>
@@ -21,6 +22,8 @@ constexpr std::chrono::milliseconds pollPeriod{333};
 // finds it full is lost.
 constexpr std::chrono::milliseconds floodPollPeriod{10};
 constexpr int flood = 16;
+// A flood that comes in bursts is one flood.
+constexpr int quickPolls = 100;
 // Nobody may keep the loop from looking at its stop flag.
 constexpr int mostAtOnce = 512;
 // The only defence against lost datagrams.
@@ -91,9 +94,10 @@ void DiscoveryReplier::serve() {
         return;
     }
     log.log(String("Starting UDP socket, local hostname: ") + socket.localAddress());
+    int quick = 0;  // polls before the pace slows down again
     while (!stopRequested) {
-        const bool flooded = takeWaiting(socket) >= flood;
-        std::this_thread::sleep_for(flooded ? floodPollPeriod : pollPeriod);
+        quick = takeWaiting(socket) >= flood ? quickPolls : std::max(quick - 1, 0);
+        std::this_thread::sleep_for(quick > 0 ? floodPollPeriod : pollPeriod);
         ignoredPings.tick();
         answeredPings.tick();
         unansweredPings.tick();

@@ -31,9 +31,9 @@ void ImageRelay::relayDumps() {
 void ImageRelay::relayLastDumps() {
     constexpr int tries = 5;
     constexpr std::chrono::milliseconds pause{400};
-    relayDumps();
-    for (int i = 1; i < tries && !passedOver.empty() && master.isAlive(); ++i) {
-        std::this_thread::sleep_for(pause);
+    for (int i = 0; i < tries && master.isAlive() && (i == 0 || !passedOver.empty()); ++i) {
+        if (i > 0)
+            std::this_thread::sleep_for(pause);
         relayDumps();
     }
     for (const String& path : passedOver)

@@ -19,8 +19,8 @@ class ImageRelay {
     /// meanwhile. A failure ends the call and leaves the file. Never throws for a file's sake.
     void relayDumps();
 
-    /// The same at the end of a job, with a little patience for images that cannot be opened yet:
-    /// there is no later pass that would take them.
+    /// The same when the host has ended, for a master that is still there: images that it was still
+    /// writing. With a little patience for those that cannot be opened yet.
     void relayLastDumps();
 
   private:

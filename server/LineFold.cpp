@@ -13,7 +13,7 @@ bool LineFold::admit(std::int32_t length) {
     tick();
     if (seen++ == 0)
         windowStart = Clock::now();
-    if (written >= room || characters >= mostCharacters)
+    if (written >= room || (written >= mostLines && characters >= mostCharacters))
         return false;
     ++written;
     characters += length;

@@ -13,7 +13,8 @@ class LineFold {
   public:
     static constexpr std::int32_t mostLines = 20;
     static constexpr std::chrono::seconds window{10};
-    /// Room for text in a window, so that few long lines are not worse than many short ones.
+    /// Room for text in a window behind the first mostLines, so that long lines are not worse than
+    /// many short ones.
     static constexpr std::int32_t mostCharacters = 32 * 1024;
 
     /// `kind` is how the summary names the lines, `most` how many a window has room for.

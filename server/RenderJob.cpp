@@ -1,6 +1,7 @@
 #include "server/RenderJob.h"
 
 #include <chrono>
+#include <thread>
 
 #include "OrvaneCore/CommandInterpreter.h"
 #include "OrvaneCore/DevelopmentVersion.h"
@@ -18,6 +19,8 @@ namespace Orvane {
 namespace {
 
 constexpr int commandPollSeconds = 2;
+// Masters whose scenes cannot be written come and go in no time, and each has its lines in the log.
+constexpr std::chrono::seconds pauseAfterFailedDownload{1};
 const char* const scenePrefix = "received_scene_";
 constexpr std::u16string_view sceneSuffix = u".max";
 
@@ -57,6 +60,7 @@ void RenderJob::run() {
     if (!downloadScene()) {
         // Not the dumps: none are new, and in a folder that has become read-only they cannot go.
         removeScene();
+        std::this_thread::sleep_for(pauseAfterFailedDownload);
         return;
     }
     launchHost();
@@ -140,22 +144,23 @@ void RenderJob::relay() {
 void RenderJob::readCommand() {
     String text;
     const char* refusal = nullptr;
-    readMessage(master, text, commandPollSeconds, &refusal);
+    const int result = readMessage(master, text, commandPollSeconds, &refusal);
     if (refusal != nullptr)
         node.log.log(String("Refused a message of the master and closed its connection: ") +
                      refusal);
-    if (!messageHas(text, Tag::command, Tag::commandChild, Tag::endRender))
+    if (result != 0 || !messageHas(text, Tag::command, Tag::commandChild, Tag::endRender))
         return;
     endSignals.write("Got END signal from remote side, forwarding to 3ds max");
     node.loopback.forwardEndRender();
 }
 
 void RenderJob::finish() {
-    images.relayLastDumps();
+    images.relayDumps();
     node.log.log("DR is finished");
     node.loopback.closeLocalConnection();
     node.log.log("Closed loopback connection\n\n");
     waitForHostToEnd();
+    images.relayLastDumps();
     cleanUp();
 }
 

@@ -7,8 +7,9 @@ bool ReplyLimit::allows(const std::string& address) {
         replies.clear();
         windowStart = Clock::now();
     }
+    // Forgotten rather than refused, or forgers could keep masters from being answered.
     if (replies.size() >= mostAddresses && !replies.contains(address))
-        return false;
+        replies.clear();
     std::int32_t& count = replies[address];
     if (count >= mostReplies)
         return false;

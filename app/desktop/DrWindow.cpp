@@ -12,6 +12,7 @@
 
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/FileSystem.h"
+#include "app/desktop/DisplayLoss.h"
 #include "app/desktop/DisplayText.h"
 #include "app/desktop/FolderOpener.h"
 #include "app/desktop/FrameColour.h"
@@ -38,8 +39,6 @@ DrWindow::DrWindow()
     : wxFrame(nullptr, wxID_ANY, wxString("Orvane Renderer DrServer | ") + versionText),
       windowIcon(loadWindowIcon()),
       flushTimer(this, flushTimerId) {
-    // On Windows the toolkit paints frames like the desk under documents.
-    SetBackgroundColour(wxNullColour);
     layOut();
     Bind(wxEVT_CLOSE_WINDOW, &DrWindow::onClose, this);
     Bind(wxEVT_ICONIZE, &DrWindow::onIconize, this);
@@ -52,7 +51,9 @@ DrWindow::DrWindow()
     start();
 }
 
-DrWindow::~DrWindow() = default;
+DrWindow::~DrWindow() {
+    whenDisplayIsLost([] {});
+}
 
 void DrWindow::layOut() {
     setFrameColour(*this);

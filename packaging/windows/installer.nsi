@@ -5,7 +5,7 @@ SetCompressor /SOLID lzma
 ManifestDPIAware true
 
 !include MUI2.nsh
-!include x64.nsh
+!include LogicLib.nsh
 
 !define NAME "Orvane DR Server"
 !define UNINSTALL "Software\Microsoft\Windows\CurrentVersion\Uninstall\${NAME}"
@@ -54,14 +54,35 @@ FunctionEnd
   CreateShortcut "${FOLDER}\${NAME}.lnk" "$INSTDIR\dr-server.exe"
 !macroend
 
+; A program that runs is open for nobody else to write.
+!macro NotWhileRunning PROGRAM
+  ${If} ${FileExists} "$INSTDIR\${PROGRAM}"
+    ClearErrors
+    FileOpen $0 "$INSTDIR\${PROGRAM}" a
+    ${If} ${Errors}
+      MessageBox MB_OK|MB_ICONEXCLAMATION "${PROGRAM} is running. End it, then try again." /SD IDOK
+      SetErrorLevel 2
+      Abort
+    ${EndIf}
+    FileClose $0
+  ${EndIf}
+!macroend
+!macro NothingRuns
+  !insertmacro NotWhileRunning "dr-server.exe"
+  !insertmacro NotWhileRunning "dr-server-headless.exe"
+  !insertmacro NotWhileRunning "dr-master.exe"
+!macroend
+
 Section "Programs" SecPrograms
   SectionIn RO
   SetShellVarContext all
+  !insertmacro NothingRuns
   SetOutPath "$INSTDIR"
   File "${PROGRAMS}/dr-server.exe"
   File "${PROGRAMS}/dr-server-headless.exe"
   File "${PROGRAMS}/dr-master.exe"
-  File "${SOURCE}/packaging/windows/README.txt"
+  File "${PROGRAMS}/README.txt"
+  File "${PROGRAMS}/libraries.txt"
   WriteUninstaller "$INSTDIR\uninstall.exe"
   WriteRegStr HKLM "${UNINSTALL}" "DisplayName" "${NAME}"
   WriteRegStr HKLM "${UNINSTALL}" "DisplayVersion" "${VERSION}"
@@ -91,6 +112,7 @@ SectionEnd
 
 Section "Uninstall"
   SetShellVarContext all
+  !insertmacro NothingRuns
   nsExec::Exec 'netsh advfirewall firewall delete rule name="${NAME} (discovery)"'
   Pop $0
   nsExec::Exec 'netsh advfirewall firewall delete rule name="${NAME} (masters)"'
@@ -101,6 +123,7 @@ Section "Uninstall"
   Delete "$INSTDIR\dr-server-headless.exe"
   Delete "$INSTDIR\dr-master.exe"
   Delete "$INSTDIR\README.txt"
+  Delete "$INSTDIR\libraries.txt"
   Delete "$INSTDIR\uninstall.exe"
   ; Only if nothing else lies there: a data folder is the user's.
   RMDir "$INSTDIR"

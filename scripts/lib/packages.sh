@@ -17,7 +17,7 @@ linux_build_packages=(
 windows_build_packages=(
     mingw-w64 libz-mingw-w64-dev googletest dpkg-dev
     nsis zip unzip
-    wine wine64 xvfb xauth
+    wine wine64 locales
 )
 
 # install_packages PACKAGE...

@@ -3,6 +3,7 @@ notification area. The user's hands are xdotool's, so all that arrives are real 
 
 import os
 import subprocess
+import time
 from pathlib import Path
 
 from conftest import mount
@@ -31,12 +32,14 @@ class Session:
         self.processes = []
 
     def __enter__(self):
-        # Other servers on this machine have the same number in networks of their own.
-        sockets = Path("/tmp/.X11-unix")
-        sockets.mkdir(exist_ok=True)
-        mount("none", sockets, "tmpfs")
+        # Other servers on this machine have the same number in networks of their own: these folders
+        # hold sockets, and a keymap while a server starts.
+        for folder in ("/tmp/.X11-unix", "/var/lib/xkb"):
+            Path(folder).mkdir(exist_ok=True)
+            mount("none", folder, "tmpfs")
         reader, writer = os.pipe()
-        self.run("Xvfb", "-ac", "-displayfd", str(writer), "-nolisten", "tcp",
+        # Without a reset, which throws out whoever connects when the last one has just left.
+        self.run("Xvfb", "-ac", "-noreset", "-displayfd", str(writer), "-nolisten", "tcp",
                  "-screen", "0", "1024x768x24", pass_fds=[writer])
         os.close(writer)
         with os.fdopen(reader) as display:
@@ -63,19 +66,25 @@ class Session:
 
     def windows(self, title):
         """The visible windows of servers that have this title, the youngest last."""
-        found = xdo("search", "--onlyvisible", "--class", "dr-server")
-        return [window for window in found
+        search = subprocess.run(["xdotool", "search", "--onlyvisible", "--class", "dr-server"],
+                                capture_output=True, check=False)
+        if search.stderr:  # a window went away while it looked
+            return self.windows(title)
+        return [window for window in search.stdout.decode().split()
                 if " ".join(xdo("getwindowname", window)) == title]
 
     def shows(self, title, count=1):
         """Waits until there are so many windows of a title; answers the youngest."""
-        eventually(lambda: len(self.windows(title)) == count,
-                   lambda: f"{count} of {title}, there is {self.windows(title)}")
-        return (self.windows(title) or [None])[-1]
+        def as_many():
+            found = self.windows(title)
+            return len(found) == count and (found or [None])
+
+        return eventually(as_many, lambda: f"{count} of {title}, not {self.windows(title)}")[-1]
 
     def in_front(self, title):
         window = self.shows(title)
-        eventually(lambda: xdo("getactivewindow") == [window], title + " in front")
+        eventually(lambda: xdo("getactivewindow") == [window],
+                   lambda: f"{title} in front, it is {xdo('getactivewindow', 'getwindowname')}")
         return window
 
     def press(self, *keys):
@@ -90,16 +99,36 @@ class Session:
         self.press("ctrl+a", "ctrl+c")
         return said_by("xclip", "-o", "-selection", "clipboard")
 
+    def reads(self, window, x, y, text):
+        """Waits until that is this text."""
+        eventually(lambda: self.copied(window, x, y) == text, lambda: self.copied(window, x, y))
+
     def minimise(self):
-        """To the notification area; answers the icon there."""
+        """To the notification area; answers the icon there, which has shown its tool tip."""
         self.in_front(TITLE)
         xdo("mousemove", 900, 600)  # away from what has a tool tip
         self.press("alt+F9")
         self.shows(TITLE, 0)
+        icon = self.shows(ICON)
+        moved = 0
+
+        def tip():
+            # A hand is never quite still, and an icon does not notice everything when it is new.
+            nonlocal moved
+            if time.monotonic() > moved + 2:
+                moved = time.monotonic()
+                for x in (7, 8):
+                    xdo("mousemove", "--window", icon, x, 8)
+            return len(self.windows(ICON)) == 2
+
+        eventually(tip, "a tool tip")
+        xdo("mousemove", 500, 300)
         return self.shows(ICON)
 
     def choose(self, icon, *keys):
         """Opens the icon's menu and works it with the keyboard."""
         self.click(icon, 8, 8, button=3)
-        self.shows(ICON, 2)
+        # A tool tip may come as well.
+        eventually(lambda: any("POPUP_MENU" in said_by("xprop", "-id", window, "_NET_WM_WINDOW_TYPE")
+                               for window in self.windows(ICON)), "a menu")
         self.press(*keys, "Return")

@@ -177,6 +177,12 @@ class Peer:
             data += part
         return data
 
+    def greeted(self):
+        """Takes the server's first message: the connection is accepted."""
+        while self.receive(1) != b"\0":
+            pass
+        return self
+
     def at_end(self):
         """True once the server has closed without sending anything more."""
         return self.link.recv(1) == b""

@@ -12,6 +12,7 @@ STOPS = [signal.SIGINT]  # Wine makes it Ctrl+C; the other signals end a program
 STREAMS = None  # not to be seen here
 ECHO = "Starting 3ds max DR... \r\n"
 LINE_END = "\r\n"
+CODE_PAGE = "cp1252"
 REFUSED_IN_QUOTES = ["%PATH%"]
 ODD_CAMERA = "a;b|c>d*e'f$g#h!(i)~^ && touch x\\y"  # but the interpreter leaves it alone within quotes
 NO_SUCH_PROGRAM = ".*\n"
@@ -37,7 +38,7 @@ def world(folder):
 def seen(path):
     """A path as it stands in the server's texts: its folder is Windows', the rest is its own."""
     folder, slash, rest = str(path).partition("/drData")
-    return ("Z:" + folder.replace("/", "\\") + slash + rest).encode("cp1252").decode("latin-1")
+    return ("Z:" + folder.replace("/", "\\") + slash + rest).encode(CODE_PAGE).decode("latin-1")
 
 
 def wine(*command):

@@ -63,9 +63,7 @@ def test_two_whole_jobs(node):
         master.job(scene, frame="1-5,7", camera=CAMERA.replace("&", "&amp;"))
         start = node.started_host()
         assert all(peer.at_end() for peer in stale)
-        with Peer(LOOPBACK) as stranger:
-            while stranger.receive(1) != b"\0":
-                pass
+        with Peer(LOOPBACK).greeted() as stranger:
             stranger.send(PLUGIN_ANSWER.replace("init<", "Init<").encode() + b"\0")
             assert stranger.at_end()
         (saved,) = node.scenes()
@@ -204,9 +202,7 @@ def test_silent_local_stranger(node):
     with Master() as master:
         master.job()
         node.started_host()
-        with Peer(LOOPBACK) as stranger:
-            while stranger.receive(1) != b"\0":
-                pass
+        with Peer(LOOPBACK).greeted() as stranger:
             assert stranger.at_end()
         node.allow(2014, "stranger-gone")
         assert master.at_end()

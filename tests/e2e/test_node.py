@@ -129,7 +129,8 @@ def test_folder_that_cannot_be_written(node, in_the_way):
 
 @pytest.mark.parametrize("how", platform.STOPS)
 def test_stop_during_a_job(node, how):
-    node.ready(*ONLINE, "await stopping", "dump dumpA.exr 1000", "hear", "close", "await end")
+    node.ready(*ONLINE, "await stopping", "dump dumpA.exr 1000", "hear", "begin dumpLate.exr 500",
+               "close", "await end", "complete")
     with Master() as master:
         master.job()
         node.wait_for("DR is running")
@@ -145,11 +146,16 @@ def test_stop_during_a_job(node, how):
         assert node.server.poll() is None and node.scenes() != []
         master.link.settimeout(PATIENCE)
         node.allow(2014, "end")
+        # Finished when nobody was to ask for it any more.
+        assert master.image() == image(500)
         assert master.at_end()
     assert node.ended() == 0
     assert node.errors() == "" and node.scenes() == []
-    assert node.log().endswith("DR is finished\nClosed loopback connection\n\n\n"
-                               "Ready for new connection\n")
+    late = f"{seen(node.data)}//dumpLate.exr"
+    assert node.log().endswith(
+        "DR is finished\nClosed loopback connection\n\n\n"
+        f"Started EXR dump (500 bytes, filename: {late})\nFinished EXR dump after 0 s\n"
+        f"Removed file: {late}\nReady for new connection\n")
 
 
 def test_server_killed_while_the_host_runs(node):

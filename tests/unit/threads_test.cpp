@@ -146,15 +146,16 @@ TEST(LineFold, TurnsAFloodIntoACount) {
     Screen screen;
     log.setView(&screen);
     LineFold fold(log, "Kind");
+    const String line = std::string(LineFold::mostCharacters / 10, 'x') + "line";
     for (int i = 0; i < LineFold::mostLines + 5; ++i)
-        fold.write("line");
+        fold.write(line);
     std::this_thread::sleep_for(LineFold::window);
     fold.tick();
-    fold.write("line");
+    fold.write(line);
     testing::internal::CaptureStdout();
     log.flush();
     testing::internal::GetCapturedStdout();
-    EXPECT_EQ(linesIn(screen.text, u"   line\n"), LineFold::mostLines + 1);
+    EXPECT_EQ(linesIn(screen.text, u"xline\n"), LineFold::mostLines + 1);
     EXPECT_EQ(linesIn(screen.text, u"Left out 5 more lines \"Kind\" of the last 10 seconds\n"), 1);
 }
 
