@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <stdexcept>
 
@@ -25,7 +26,7 @@ double quantile(std::vector<double> values, double part) {
     if (values.empty())
         return 0;
     const auto last = static_cast<double>(values.size() - 1);
-    const auto at = static_cast<std::ptrdiff_t>(last * part + 0.5);
+    const std::ptrdiff_t at = std::lround(last * part);
     std::nth_element(values.begin(), values.begin() + at, values.end());
     return values[static_cast<std::size_t>(at)];
 }

@@ -39,9 +39,9 @@ const std::string line = "Removed file: /home/render/drData//dump_000123.exr";
 /// Runs `work` on some threads at once; seconds until all have returned.
 template <class Work>
 void onThreads(int count, const Work& work) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i)
-        threads.emplace_back(work);
+    std::vector<std::thread> threads(static_cast<std::size_t>(count));
+    for (std::thread& thread : threads)
+        thread = std::thread(work);
     for (std::thread& thread : threads)
         thread.join();
 }

@@ -199,7 +199,7 @@ double iperfRate(const std::string& command) {
     const std::string output = outputOf(command);
     const std::string key = "\"bits_per_second\":";
     const std::size_t at = output.find(key, output.find("\"sum_received\""));
-    return at == output.npos ? 0 : std::atof(output.c_str() + at + key.size()) / 8;
+    return at == output.npos ? 0 : std::stod(output.substr(at + key.size())) / 8;
 }
 
 double copyRate(const Settings& settings, const std::string& command) {
@@ -251,7 +251,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     const Orvane::SocketLibrary sockets;
-    const Settings settings{argv[2], std::atoll(argv[3]), std::atoi(argv[4])};
+    const Settings settings{argv[2], std::stoll(argv[3]), std::stoi(argv[4])};
     try {
         makeSource(settings);
         if (std::string(argv[1]) == "bare")
