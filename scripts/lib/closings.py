@@ -3,13 +3,13 @@ job, under load. What a master was promised must still arrive, and the server mu
 
 import random
 import signal
-import subprocess
 import sys
 import tempfile
 import threading
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).parents[2] / "tests/e2e"))
+from apart import run_apart
 from harness import *
 
 YEAR = 2014
@@ -192,18 +192,10 @@ def run(stage, times):
     print(f"{stage:12} {times} closings, {whole} jobs whole, at most {longest:.1f} s to the end")
 
 
-def run_all(times):
-    """Each stage in a network of its own, all at the same time."""
-    shell = 'ip link set lo up && exec "$@"'
-    command = ["unshare", "--net", "sh", "-c", shell, "sh", sys.executable, "-B", __file__, times]
-    stages = {stage: subprocess.Popen([*command, stage]) for stage in STAGES}
-    wrong = [stage for stage, process in stages.items() if process.wait() != 0]
+if len(sys.argv) == 3:
+    run(sys.argv[1], int(sys.argv[2]))
+else:
+    wrong = run_apart(__file__, STAGES, sys.argv[1])
     for stage in wrong:
         print(f"soak: WRONG: closing at stage {stage}")
-    return 1 if wrong else 0
-
-
-if len(sys.argv) == 3:
-    run(sys.argv[2], int(sys.argv[1]))
-else:
-    sys.exit(run_all(sys.argv[1]))
+    sys.exit(1 if wrong else 0)
