@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdio>
-#include <memory>
 
 #include "OrvaneCore/String.h"
 
@@ -24,8 +23,6 @@ class LogFile {
     void write(const char* ansi);
     void write(const String& text) { write(text.narrow()); }
     void close();
-
-    bool isOpen() const { return stream != nullptr; }
 
   private:
     std::FILE* stream = nullptr;

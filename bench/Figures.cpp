@@ -49,7 +49,9 @@ std::string number(double value) {
 void print(const Row& row) {
     std::fprintf(rows, "%s\t%s\t%s\t%s\t%s\t%s\n", row.what.c_str(), row.figure.c_str(),
                  row.reference.c_str(), row.ratio.c_str(), row.goal.c_str(),
-                 row.met ? "yes" : "NO");
+                 row.goal == "-" ? "-"
+                 : row.met       ? "yes"
+                                 : "NO");
     std::fflush(rows);
 }
 

@@ -23,7 +23,8 @@ std::string rate(double bytesPerSecond);
 std::string duration(double seconds);
 std::string number(double value);
 
-/// One row of the table that scripts/bench prints, as tab-separated text.
+/// One row of the table that scripts/bench prints, as tab-separated text. A goal of "-" is none:
+/// the row is there to compare with.
 struct Row {
     std::string what;
     std::string figure;

@@ -1,5 +1,5 @@
 // How long the window does not answer while its server's workers log as fast as they can. Needs a
-// display, the server's ports and a folder to run in; prints one line per figure.
+// display, the server's ports and a folder to run in.
 #include <wx/app.h>
 #include <wx/imagpng.h>
 #include <wx/socket.h>
@@ -8,12 +8,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <thread>
 #include <vector>
 
 #include "OrvaneCore/Str.h"
 #include "app/desktop/DrWindow.h"
+#include "bench/Figures.h"
 
 using namespace Orvane;
 
@@ -25,10 +25,10 @@ constexpr int turnPeriodMs = 2;
 constexpr std::chrono::seconds calmBefore{2};
 constexpr std::chrono::seconds calmAfter{8};  // several flushes, and the control's own layout
 
-using Clock = std::chrono::steady_clock;
+using Bench::Clock;
 
-double milliseconds(Clock::duration span) {
-    return std::chrono::duration<double, std::milli>(span).count();
+double seconds(Clock::duration span) {
+    return std::chrono::duration<double>(span).count();
 }
 
 class BurstWindow : public DrWindow {
@@ -44,6 +44,7 @@ class BurstWindow : public DrWindow {
 class BurstApp : public wxApp {
   public:
     bool OnInit() override {
+        Bench::silenceStandardOutput();
         wxSocketBase::Initialize();
         wxImage::AddHandler(new wxPNGHandler);
         window = new BurstWindow;
@@ -81,11 +82,12 @@ class BurstApp : public wxApp {
         timer.Stop();
         for (std::thread& worker : workers)
             worker.join();
-        std::fprintf(stderr, "longest gap before the burst: %.1f ms\n",
-                     milliseconds(longestBefore));
-        std::fprintf(stderr, "longest gap during %d lines: %.1f ms\n", workerCount * linesPerWorker,
-                     milliseconds(longestGap));
-        std::fprintf(stderr, "lines shown in the end: %d\n", linesShown());
+        constexpr int lines = workerCount * linesPerWorker;
+        Bench::print({"longest event-loop gap, 100,000 lines logged",
+                      Bench::duration(seconds(longestGap)),
+                      Bench::duration(seconds(longestBefore)) + " at its start",
+                      Bench::number(seconds(longestGap) / seconds(longestBefore)),
+                      "all lines shown", linesShown() > lines});
         window->Close(true);
     }
 

@@ -255,9 +255,9 @@ void measureJobEnds(const Settings& settings) {
         ends.push_back(turnaround(job));
     }
     constexpr double drain = 1;
-    const double start = median(starts);
-    print({"last byte of the scene until the host runs", milliseconds(start), "1000 ms drain",
-           number(start / drain), "<= 60 ms on top", start - drain <= 0.06});
+    const double onTop = median(starts) - drain;
+    print({"scene's last byte until the host runs", milliseconds(onTop) + " on top", "1 s drain",
+           number(1 + onTop / drain), "<= 60 ms on top", onTop <= 0.06});
     print({"plug-in's end until the next master is answered", duration(median(ends)), "-", "-",
            "< 50 ms", median(ends) < 0.05});
 }

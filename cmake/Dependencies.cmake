@@ -1,4 +1,4 @@
-# What is installed and called: the toolkit (its base and network libraries everywhere, its window
+# What the programs are built with: the toolkit (its base and network libraries everywhere, its window
 # library for the desktop program only) and RapidXml, which is headers alone.
 find_package(Threads REQUIRED)
 

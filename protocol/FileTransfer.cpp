@@ -10,8 +10,7 @@ namespace Orvane {
 
 namespace {
 
-/// Whole pages: the system copies them fastest.
-struct alignas(4096) Chunk : std::array<char, fileChunkBytes> {};
+using Chunk = std::array<char, fileChunkBytes>;
 
 std::size_t nextChunk(std::int64_t remaining) {
     return static_cast<std::size_t>(

@@ -55,7 +55,7 @@ void DrServer::serveMasters() {
 }
 
 MasterLoop::Job DrServer::prepareRenderJob(Connection& master, const String& handshake) {
-    const RenderNode node{log, config, maxInvoker, *loopbackListener};
+    const RenderNode node{log, config, maxInvoker, *loopbackListener, relayWakeup};
     const auto job = std::make_shared<RenderJob>(node, master, handshake);
     return {job->prepare(), [job] { job->run(); }};
 }

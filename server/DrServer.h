@@ -10,6 +10,7 @@
 #include "server/DiscoveryReplier.h"
 #include "server/LoopbackListener.h"
 #include "server/MasterLoop.h"
+#include "server/RelayWakeup.h"
 
 namespace Orvane {
 
@@ -42,6 +43,7 @@ class DrServer {
     DrLog& log;
     std::unique_ptr<DiscoveryReplier> discoveryReplier;
     std::unique_ptr<LoopbackListener> loopbackListener;
+    RelayWakeup relayWakeup;
     std::unique_ptr<Listener> masterListener;
     std::atomic<bool> stopRequested = false;
     DrConfig config;

@@ -9,7 +9,9 @@
 namespace Orvane {
 
 struct RelayWakeup::Native {
-    int events = -1;
+    // Not one for each job: to close it takes the kernel some 15 ms, and the next master waits.
+    int events = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    int folder = -1;
 
     ~Native() {
         if (events >= 0)
@@ -23,13 +25,18 @@ struct RelayWakeup::Native {
     }
 };
 
-RelayWakeup::RelayWakeup(const String& folder) : native(new Native) {
-    native->events = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+RelayWakeup::RelayWakeup() : native(new Native) {}
+RelayWakeup::~RelayWakeup() = default;
+
+void RelayWakeup::watch(const String& folder) {
     // Not at a file's creation: it is finished when it is closed or renamed into place.
-    inotify_add_watch(native->events, toAnsi(folder).c_str(), IN_CLOSE_WRITE | IN_MOVED_TO);
+    native->folder =
+        inotify_add_watch(native->events, toAnsi(folder).c_str(), IN_CLOSE_WRITE | IN_MOVED_TO);
 }
 
-RelayWakeup::~RelayWakeup() = default;
+void RelayWakeup::stopWatching() {
+    inotify_rm_watch(native->events, native->folder);
+}
 
 bool RelayWakeup::wait(const Connection& master, const Connection& plugin,
                        std::chrono::milliseconds longest) {

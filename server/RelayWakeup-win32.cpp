@@ -37,20 +37,22 @@ class InputEvent {
 
 struct RelayWakeup::Native {
     HANDLE changes = INVALID_HANDLE_VALUE;
-
-    ~Native() {
-        if (changes != INVALID_HANDLE_VALUE)
-            FindCloseChangeNotification(changes);
-    }
 };
 
-RelayWakeup::RelayWakeup(const String& folder) : native(new Native) {
+RelayWakeup::RelayWakeup() : native(new Native) {}
+RelayWakeup::~RelayWakeup() = default;
+
+void RelayWakeup::watch(const String& folder) {
     native->changes =
         FindFirstChangeNotificationW(reinterpret_cast<const wchar_t*>(folder.terminated()), FALSE,
                                      FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE);
 }
 
-RelayWakeup::~RelayWakeup() = default;
+void RelayWakeup::stopWatching() {
+    if (native->changes != INVALID_HANDLE_VALUE)
+        FindCloseChangeNotification(native->changes);
+    native->changes = INVALID_HANDLE_VALUE;
+}
 
 bool RelayWakeup::wait(const Connection& master, const Connection& plugin,
                        std::chrono::milliseconds longest) {

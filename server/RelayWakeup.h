@@ -10,14 +10,18 @@ namespace Orvane {
 
 /// Lets the relay sleep until there is something to do: a finished file in the data folder, a byte
 /// from the master, a byte or the end from the plug-in. Where the folder cannot be watched only the
-/// connections wake it, and the longest wait is the pace. Used by one thread.
+/// connections wake it, and the longest wait is the pace. Lives as long as the server; used by one
+/// thread.
 class RelayWakeup {
   public:
-    /// Watches from now on: files that come later wake the next wait.
-    explicit RelayWakeup(const String& folder);
+    RelayWakeup();
     ~RelayWakeup();
     RelayWakeup(const RelayWakeup&) = delete;
     RelayWakeup& operator=(const RelayWakeup&) = delete;
+
+    /// Files that come between the two wake the next wait.
+    void watch(const String& folder);
+    void stopWatching();
 
     /// True when the master has sent something or has gone. Both connections must be alive.
     bool wait(const Connection& master, const Connection& plugin,

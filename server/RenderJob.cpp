@@ -13,7 +13,6 @@
 #include "protocol/Framing.h"
 #include "server/DumpFiles.h"
 #include "server/LaunchCommand.h"
-#include "server/RelayWakeup.h"
 
 namespace Orvane {
 
@@ -133,12 +132,13 @@ bool RenderJob::waitForHost() {
 
 void RenderJob::relay() {
     constexpr std::chrono::seconds pace{commandPollSeconds};
-    RelayWakeup wakeup(node.config.dataFolder);
+    node.wakeup.watch(node.config.dataFolder);
     while (master.isAlive() && node.loopback.isPluginAlive()) {
         images.relayDumps();
-        if (master.isAlive() && wakeup.wait(master, node.loopback.pluginConnection(), pace))
+        if (master.isAlive() && node.wakeup.wait(master, node.loopback.pluginConnection(), pace))
             readCommand();
     }
+    node.wakeup.stopWatching();
 }
 
 void RenderJob::readCommand() {

@@ -8,6 +8,7 @@
 #include "server/ImageRelay.h"
 #include "server/LineFold.h"
 #include "server/LoopbackListener.h"
+#include "server/RelayWakeup.h"
 
 namespace Orvane {
 
@@ -17,6 +18,7 @@ struct RenderNode {
     const DrConfig& config;
     StandbyThread& maxInvoker;
     LoopbackListener& loopback;
+    RelayWakeup& wakeup;
 };
 
 /// Everything that is done for one master after its handshake. Runs on the master thread; every

@@ -39,8 +39,6 @@ DrWindow::DrWindow()
     : wxFrame(nullptr, wxID_ANY, wxString("Orvane Renderer DrServer | ") + versionText),
       windowIcon(loadWindowIcon()),
       flushTimer(this, flushTimerId) {
-    // On Windows the toolkit paints frames like the desk under documents.
-    SetBackgroundColour(wxNullColour);
     layOut();
     Bind(wxEVT_CLOSE_WINDOW, &DrWindow::onClose, this);
     Bind(wxEVT_ICONIZE, &DrWindow::onIconize, this);

@@ -31,7 +31,7 @@ class CommandLine {
         app.allow_windows_style_options(false);
         app.set_version_flag("--version", ORVANE_VERSION);
         app.footer(exitStatusHelp);
-        // Also those of the commands read better one per line.
+        // Wide enough for the help of most options to begin beside their names.
         app.get_formatter()->column_width(30);
         addDiscover();
         addRender();

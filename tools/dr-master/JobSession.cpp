@@ -2,6 +2,7 @@
 
 #include "ExitStatus.h"
 #include "OrvaneCore/Exception.h"
+#include "OrvaneCore/Str.h"
 #include "protocol/Framing.h"
 #include "protocol/NativeSocket.h"
 #include "protocol/Ports.h"
@@ -26,6 +27,10 @@ Failure busy() {
 }
 
 }  // namespace
+
+String hostVersionText(int hostVersion) {
+    return String("max") + Str::toWString(hostVersion);
+}
 
 std::unique_ptr<Connection> connectToServer(const String& server) {
     auto connection = Connection::connect(server, masterPort, connectTimeoutSeconds);

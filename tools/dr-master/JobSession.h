@@ -11,6 +11,9 @@
 
 namespace Orvane {
 
+/// What a job says of the host release that made its scene: three letters and the year.
+String hostVersionText(int hostVersion);
+
 /// To the master port. Throws Failure (Unreachable).
 std::unique_ptr<Connection> connectToServer(const String& server);
 

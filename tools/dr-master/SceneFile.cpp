@@ -3,7 +3,6 @@
 #include "ExitStatus.h"
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/FileSystem.h"
-#include "OrvaneCore/Str.h"
 
 namespace Orvane {
 
@@ -15,10 +14,6 @@ std::unique_ptr<InputFile> openScene(const std::string& path) {
     }
     throw Failure(ExitStatus::UnreadableScene,
                   "The scene '" + path + "' cannot be read, or is still being written");
-}
-
-String hostVersionText(int hostVersion) {
-    return String("max") + Str::toWString(hostVersion);
 }
 
 }  // namespace Orvane
