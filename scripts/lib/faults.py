@@ -116,6 +116,12 @@ def too_many_pings(node):
 
     node.ready(*PLAN)
     assert answers("127.0.0.1", 700) and not answers("127.0.0.1", 1) and answers("127.0.0.2", 1)
+    for number in range(5000):
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as forger:
+            forger.bind((f"127.1.{number // 250}.{number % 250}", 0))
+            forger.sendto(PING, ("127.0.0.1", DISCOVERY))
+        time.sleep(0.02 if number % 100 == 0 else 0)
+    assert answers("127.0.0.3", 1)
     assert "Not replying to more than 500 discovery pings in 10 seconds from 127.0.0.1" in node.final_log()
 
 
