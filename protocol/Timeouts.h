@@ -30,7 +30,8 @@ constexpr std::chrono::milliseconds discoveryPoll{333};
 /// A file whose deletion is held up by another process is looked at, and written to the log, this
 /// often.
 constexpr std::chrono::milliseconds deletionPoll{200};
-
+/// For a master that does not close at the end of a job: it has had its images long before.
+constexpr std::chrono::seconds lastDelivery{2};
 /// A message that has begun must be complete after this time, or its connection is closed: one byte
 /// every few seconds would otherwise hold the only master slot, or stall the relay, for ever.
 constexpr std::chrono::seconds longestMessage{5};
