@@ -1,11 +1,17 @@
 """Masters that are wrong, slow, hostile or gone, and scenes that do not arrive whole."""
 
 import os
+import re
 import shutil
+import socket
+import struct
 import subprocess
+import time
 
 import pytest
-from harness import *
+from harness import (
+    DUMP_EXR, END_RENDER, ONLINE, WELCOME, Master, eventually, image, platform, request,
+    scene_bytes, seen)
 
 BOGUS = "Got bogus master connection: "
 

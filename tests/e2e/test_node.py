@@ -3,10 +3,13 @@
 import os
 import resource
 import signal
+import socket
 from pathlib import Path
 
 import pytest
-from harness import *
+from harness import (
+    DISCOVERY, END_RENDER, LOOPBACK, MASTER, ONLINE, PATIENCE, Master, Node, eventually, image,
+    platform, seen)
 
 CAPTION = "Orvane DR Server Error\n"
 REPLY = b"<OrvaneDrDiscovery>\n\t<Reply>ok</Reply>\n</OrvaneDrDiscovery>\n\0"
