@@ -46,7 +46,9 @@ int readMessage(Connection& connection, String& text, int timeoutSeconds, const 
         const auto* zero = std::find(arrived.data(), arrived.data() + size, '\0');
         const auto length = static_cast<std::size_t>(zero - arrived.data());
         const bool complete = length < size;
-        connection.read(arrived.data(), complete ? length + 1 : length);
+        const std::size_t taken = complete ? length + 1 : length;
+        if (connection.read(arrived.data(), taken) != taken)
+            break;
         // Each byte is one character by itself, whatever its neighbours are.
         for (std::size_t i = 0; i < length; ++i)
             text.appendNarrow({&arrived[i], 1});

@@ -12,6 +12,7 @@
 #include "OrvaneCore/RandomSource.h"
 #include "SceneFile.h"
 #include "protocol/Ports.h"
+#include "protocol/Resolve.h"
 
 namespace Orvane {
 

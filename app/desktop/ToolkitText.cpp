@@ -1,4 +1,4 @@
-#include "protocol/ToolkitText.h"
+#include "app/desktop/ToolkitText.h"
 
 #include <wx/strconv.h>
 
