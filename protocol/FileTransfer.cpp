@@ -5,6 +5,7 @@
 
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/FileSystem.h"
+#include "protocol/Timeouts.h"
 
 namespace Orvane {
 
@@ -45,16 +46,17 @@ InputFile::InputFile(const String& filePath)
         throw fileException(name);
     }
     leaveBufferingOut(stream);
+    bytes = FileSystem::fileSize(stream);
 }
 
 InputFile::~InputFile() {
     std::fclose(stream);
 }
 
-void InputFile::read(void* buffer, std::size_t size) {
-    if (std::fread(buffer, 1, size, stream) != size)
+void InputFile::read(void* buffer, std::size_t count) {
+    if (std::fread(buffer, 1, count, stream) != count)
         throw fileException(name);
-    moved += static_cast<std::int64_t>(size);
+    moved += static_cast<std::int64_t>(count);
 }
 
 OutputFile::OutputFile(const String& filePath)
@@ -91,10 +93,10 @@ int sendFile(Connection& connection, const String& path) {
 }
 
 int sendFile(Connection& connection, InputFile& file, TransferProgress progress, void* argument) {
-    const std::int64_t size = FileSystem::fileSize(file.path());
+    const std::int64_t size = file.size();
     if (size < 0 || !connection.isAlive())
         return 1;
-    connection.setTimeout(fileSendTimeoutSeconds);
+    connection.setTimeout(Timeouts::fileSendSeconds);
     connection.write(&size, sizeof(size));
     if (progress != nullptr)
         progress(argument, 0, size);
@@ -138,7 +140,7 @@ int receiveFile(Connection& connection, const String& path, TransferProgress pro
         return 1;
     OutputFile file(path);
     std::int64_t size = -1;
-    connection.setTimeout(fileReceiveTimeoutSeconds);
+    connection.setTimeout(Timeouts::fileReceiveSeconds);
     if (connection.read(&size, sizeof(size)) != sizeof(size) || size < 0)
         return 1;
     if (progress != nullptr)

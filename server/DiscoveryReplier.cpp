@@ -6,16 +6,16 @@
 #include <thread>
 
 #include "OrvaneCore/Str.h"
-#include "protocol/DrMessage.h"
 #include "protocol/Framing.h"
+#include "protocol/Messages.h"
 #include "protocol/Ports.h"
+#include "protocol/Timeouts.h"
 #include "server/WorkerStack.h"
 
 namespace Orvane {
 
 namespace {
 
-constexpr std::chrono::milliseconds pollPeriod{333};
 // While datagrams come in floods: the socket's buffer holds some hundreds, and a master's ping that
 // finds it full is lost.
 constexpr std::chrono::milliseconds floodPollPeriod{10};
@@ -31,10 +31,15 @@ constexpr std::int32_t mostAnsweredLines = 200;
 
 const char* const pingLine = "Got discovery ping";
 const char* const replyLine = "Replying to discovery ping from ";
-const char* const noReplyLine = "Not replying to more than 500 discovery pings in 10 seconds from ";
+
+String noReplyLine() {
+    const auto seconds = static_cast<std::int32_t>(ReplyLimit::window.count());
+    return "Not replying to more than " + Str::toWString(ReplyLimit::mostReplies) +
+           " discovery pings in " + Str::toWString(seconds) + " seconds from ";
+}
 
 void reply(DatagramSocket& socket) {
-    const std::string bytes = wireBytes(buildMessage(Tag::discovery, "Reply", "ok"));
+    const std::string bytes = wireBytes(DiscoveryReply::text());
     for (int i = 0; i < replies; ++i)
         socket.reply(bytes.data(), bytes.size());
 }
@@ -46,12 +51,8 @@ std::unique_ptr<DatagramSocket> openDiscoverySocket() {
 }  // namespace
 
 bool isAnswered(const String& ping, const DrConfig& config) {
-    for (std::int32_t year = firstHostYear; year <= lastHostYear; ++year) {
-        if (!config.hostPath(year).isEmpty() &&
-            messageHas(ping, Tag::discovery, "Request", Str::toWString(year)))
-            return true;
-    }
-    return false;
+    const auto request = DiscoveryRequest::read(ping);
+    return request && !config.hostPath(request->year).isEmpty();
 }
 
 DiscoveryReplier::DiscoveryReplier(DrLog& target, const DrConfig& settings, SocketOpener opener)
@@ -60,7 +61,7 @@ DiscoveryReplier::DiscoveryReplier(DrLog& target, const DrConfig& settings, Sock
       openSocket(opener != nullptr ? opener : openDiscoverySocket),
       ignoredPings(target, pingLine),
       answeredPings(target, replyLine, mostAnsweredLines),
-      unansweredPings(target, noReplyLine) {
+      unansweredPings(target, noReplyLine()) {
     setup(workerStackBytes, "MY_DiscoveryReplier");
     run([](void* self) { static_cast<DiscoveryReplier*>(self)->serve(); }, this);
 }
@@ -81,7 +82,7 @@ void DiscoveryReplier::serve() {
     int quick = 0;  // polls before the pace slows down again
     while (!stopRequested) {
         quick = takeWaiting(*socket) >= flood ? quickPolls : std::max(quick - 1, 0);
-        std::this_thread::sleep_for(quick > 0 ? floodPollPeriod : pollPeriod);
+        std::this_thread::sleep_for(quick > 0 ? floodPollPeriod : Timeouts::discoveryPoll);
         ignoredPings.tick();
         answeredPings.tick();
         unansweredPings.tick();
@@ -111,7 +112,7 @@ void DiscoveryReplier::take(DatagramSocket& socket, const String& ping) {
     }
     const String sender = socket.senderAddress();
     if (!replyLimit.allows(toAnsi(sender))) {
-        unansweredPings.write(noReplyLine + sender);
+        unansweredPings.write(noReplyLine() + sender);
         return;
     }
     const bool logged = answeredPings.admit();

@@ -2,8 +2,9 @@
 
 #include "OrvaneCore/FileSystem.h"
 #include "protocol/Ports.h"
+#include "protocol/Timeouts.h"
+#include "server/MasterLoop.h"
 #include "server/PortInUse.h"
-#include "server/RenderJob.h"
 #include "server/WorkerStack.h"
 
 namespace Orvane {
@@ -21,11 +22,6 @@ DrServer::DrServer(DrLog& target) : log(target) {
 
 DrServer::~DrServer() {
     requestStop();
-    serverThread.waitUntilParked();
-    discoveryReplier.reset();
-    loopbackListener.reset();
-    masterListener.reset();
-    maxInvoker.waitUntilParked();
 }
 
 void DrServer::makeDataFolder() {
@@ -35,9 +31,8 @@ void DrServer::makeDataFolder() {
 }
 
 void DrServer::bindMasterPort() {
-    constexpr int acceptTimeoutSeconds = 2;
     masterListener = std::make_unique<Listener>(Listener::Reach::AllInterfaces, masterPort,
-                                                acceptTimeoutSeconds);
+                                                Timeouts::masterAcceptSeconds);
     if (masterListener->isOk())
         return;
     showPortInUse("Cannot bind to the remote connection port (TCP ", masterPort);
@@ -46,18 +41,9 @@ void DrServer::bindMasterPort() {
 }
 
 void DrServer::serveMasters() {
-    MasterLoop loop(*masterListener, log, stopRequested,
-                    [this](Connection& master, const String& handshake) {
-                        return prepareRenderJob(master, handshake);
-                    });
-    loop.run();
+    const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup};
+    MasterLoop(*masterListener, services, stopRequested).run();
     log.requestClose();
-}
-
-MasterLoop::Job DrServer::prepareRenderJob(Connection& master, const String& handshake) {
-    const RenderNode node{log, config, maxInvoker, *loopbackListener, relayWakeup};
-    const auto job = std::make_shared<RenderJob>(node, master, handshake);
-    return {job->prepare(), [job] { job->run(); }};
 }
 
 void DrServer::requestStop() {

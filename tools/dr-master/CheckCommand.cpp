@@ -9,10 +9,12 @@
 #include "JobGoal.h"
 #include "JobSession.h"
 #include "NativePath.h"
+#include "OrvaneCore/HostReleases.h"
 #include "OrvaneCore/RandomSource.h"
 #include "SceneFile.h"
 #include "protocol/Ports.h"
 #include "protocol/Resolve.h"
+#include "protocol/Timeouts.h"
 
 namespace Orvane {
 
@@ -22,9 +24,9 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 /// A free server answers at once; one that was just left by a bogus master within five seconds.
-constexpr milliseconds handshakePatience{6000};
-/// A server looks for pings three times a second.
-constexpr milliseconds pingWindow{1000};
+constexpr std::chrono::seconds handshakePatience{Timeouts::masterHandshakeSeconds + 1};
+/// One answer may be lost with its ping, or be late.
+constexpr milliseconds pingWindow = 3 * Timeouts::discoveryPoll;
 
 long long millisecondsSince(Clock::time_point start) {
     return std::chrono::duration_cast<milliseconds>(Clock::now() - start).count();
@@ -151,13 +153,13 @@ class Check {
     int versionOfJob() const {
         if (options.hostVersion)
             return *options.hostVersion;
-        return hosts.empty() ? firstHostVersion : hosts.begin()->first;
+        return hosts.empty() ? firstHostYear : hosts.begin()->first;
     }
 
     void checkJob(Finding& finding) const {
         const auto scene = openScene(options.scene);
         const TemporaryFolder folder;
-        const FrameInfo job{hostVersionText(versionOfJob()), {}, "0"};
+        const FrameInfo job{sceneReleaseText(versionOfJob()), {}, "0"};
         JobSession session(connectToServer(address), job, handshakePatience);
         ProgressBar progress("Scene");
         session.sendScene(*scene, progress);

@@ -13,8 +13,6 @@
 namespace Orvane {
 
 constexpr const char* broadcastAddress = "255.255.255.255";
-constexpr int firstHostVersion = 2011;
-constexpr int lastHostVersion = 2016;
 
 /// One discovery ping and those who answer it.
 class Discovery {

@@ -5,20 +5,13 @@
 #include "OrvaneCore/Str.h"
 #include "protocol/Framing.h"
 #include "protocol/Ports.h"
+#include "protocol/Timeouts.h"
 
 namespace Orvane {
 
 namespace {
 
-constexpr int connectTimeoutSeconds = 5;
-constexpr int messageTimeoutSeconds = 10;
-
-String handshakeText(const FrameInfo& job) {
-    DrMessage handshake(Tag::remote);
-    handshake.append("HandshakeInit", "init");
-    handshake.writeFrameInfo(job);
-    return handshake.print();
-}
+constexpr int connectSeconds = 5;
 
 Failure busy() {
     return {ExitStatus::Busy, "The server accepts the connection but does not answer: it is busy",
@@ -27,12 +20,8 @@ Failure busy() {
 
 }  // namespace
 
-String hostVersionText(int hostVersion) {
-    return String("max") + Str::toWString(hostVersion);
-}
-
 std::unique_ptr<Connection> connectToServer(const String& server) {
-    auto connection = Connection::connect(server, masterPort, connectTimeoutSeconds);
+    auto connection = Connection::connect(server, masterPort, connectSeconds);
     if (connection != nullptr)
         return connection;
     throw Failure(
@@ -51,13 +40,13 @@ void JobSession::shakeHands(const FrameInfo& job, std::chrono::milliseconds pati
     // A busy server finds this handshake in its queue even when this master has given up. Only a
     // reset keeps it from starting a host for nobody.
     connection->resetOnClose(true);
-    writeMessage(*connection, handshakeText(job), messageTimeoutSeconds);
+    // A server that has gone is found out by the answer that does not come.
+    (void)writeMessage(*connection, MasterHandshake{job}.text(), Timeouts::commandWriteSeconds);
     char first = 0;
     if (connection->peek(&first, 1, patience) == 0 && connection->isAlive())
         throw busy();
-    String answer;
-    if (readMessage(*connection, answer, messageTimeoutSeconds) != 0 ||
-        !messageHas(answer, Tag::remote, "HandshakeResponse", "ok"))
+    const ReceivedMessage answer = readMessage(*connection, Timeouts::commandWriteSeconds);
+    if (!answer.isWhole() || !MasterWelcome::read(answer.text))
         throw Failure(
             ExitStatus::Refused, "The server refused the handshake",
             "The log of the DR server says why, if it is a DR server that listens there.");
@@ -85,11 +74,10 @@ JobSession::Event JobSession::wait(std::chrono::milliseconds longest) {
             return Event::Nothing;
         return connection->isBroken() ? Event::Lost : Event::Closed;
     }
-    String text;
-    if (readMessage(*connection, text, messageTimeoutSeconds) != 0)
+    const ReceivedMessage message = readMessage(*connection, Timeouts::commandWriteSeconds);
+    if (!message.isWhole())
         return Event::Lost;
-    return messageHas(text, Tag::command, Tag::commandChild, Tag::dumpExr) ? Event::Image
-                                                                           : Event::Nothing;
+    return DumpExr::read(message.text) ? Event::Image : Event::Nothing;
 }
 
 void JobSession::receiveImage(const String& path, ProgressBar& progress) {
@@ -110,8 +98,7 @@ void JobSession::receiveImage(const String& path, ProgressBar& progress) {
 
 void JobSession::endRender() {
     // A server that has just closed is found out by the next wait().
-    writeMessage(*connection, buildMessage(Tag::command, Tag::commandChild, Tag::endRender),
-                 messageTimeoutSeconds);
+    (void)writeMessage(*connection, EndRender::text(), Timeouts::commandWriteSeconds);
 }
 
 }  // namespace Orvane
