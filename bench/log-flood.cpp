@@ -2,7 +2,6 @@
 // display, the server's ports and a folder to run in.
 #include <wx/app.h>
 #include <wx/imagpng.h>
-#include <wx/socket.h>
 #include <wx/textctrl.h>
 #include <wx/timer.h>
 
@@ -33,6 +32,8 @@ double seconds(Clock::duration span) {
 
 class BurstWindow : public DrWindow {
   public:
+    using DrWindow::DrWindow;
+
     void logAsWorker(int number) {
         for (int line = 0; line < linesPerWorker; ++line)
             log.log(String("Worker ") + Str::toWString(std::int32_t{number}) +
@@ -45,9 +46,8 @@ class BurstApp : public wxApp {
   public:
     bool OnInit() override {
         Bench::silenceStandardOutput();
-        wxSocketBase::Initialize();
         wxImage::AddHandler(new wxPNGHandler);
-        window = new BurstWindow;
+        window = new BurstWindow(serverFailed);
         timer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { takeTurn(); });
         timer.Start(turnPeriodMs);
         return true;
@@ -93,6 +93,7 @@ class BurstApp : public wxApp {
 
     wxTimer timer;
     BurstWindow* window = nullptr;
+    bool serverFailed = false;
     std::vector<std::thread> workers;
     Clock::time_point started = Clock::now();
     Clock::time_point lastTurn = started;

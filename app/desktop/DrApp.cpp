@@ -2,12 +2,11 @@
 
 #include <wx/imagpng.h>
 #include <wx/log.h>
-#include <wx/socket.h>
 
 #include <cstdlib>
 
-#include "app/desktop/DisplayLoss.h"
 #include "app/desktop/DrWindow.h"
+#include "app/desktop/WindowPlatform.h"
 
 namespace Orvane {
 
@@ -16,17 +15,16 @@ bool DrApp::OnInit() {
     delete wxLog::SetActiveTarget(new wxLogStderr);
     // The program has no command line, so nothing on it is a reason not to start.
     wxApp::OnInit();
-    wxSocketBase::Initialize();
     wxImage::AddHandler(new wxPNGHandler);
     watchForTheEnd();
-    auto* window = new DrWindow;
-    whenDisplayIsLost([window] { window->closeWithoutDisplay(); });
+    auto* window = new DrWindow(serverFailed);
+    WindowPlatform::whenDisplayIsLost([window] { window->closeWithoutDisplay(); });
     return true;
 }
 
 int DrApp::OnRun() {
     const int status = wxApp::OnRun();
-    return DrWindow::hasFailed() ? EXIT_FAILURE : status;
+    return serverFailed ? EXIT_FAILURE : status;
 }
 
 void DrApp::watchForTheEnd() {
@@ -48,7 +46,7 @@ void DrApp::pollStopSignal() {
     if (!stopRequested)
         return;
     // A box waits for a user, at start-up or for the last time, and there is none.
-    if (MessageBoxes::isOpen())
+    if (MessageBoxWindows::isOpen())
         std::_Exit(EXIT_FAILURE);
     if (GetTopWindow() != nullptr)
         GetTopWindow()->Close(true);

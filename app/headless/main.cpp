@@ -3,7 +3,6 @@
 
 #include "OrvaneCore/Exception.h"
 #include "app/StopSignal.h"
-#include "protocol/SocketLibrary.h"
 #include "server/Startup.h"
 
 using namespace Orvane;
@@ -63,6 +62,5 @@ class HeadlessProgram {
 }  // namespace
 
 int main() {
-    const SocketLibrary sockets;
     return HeadlessProgram().run();
 }
