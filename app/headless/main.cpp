@@ -2,6 +2,7 @@
 #include <thread>
 
 #include "OrvaneCore/Exception.h"
+#include "OrvaneCore/StandardStreams.h"
 #include "app/StopSignal.h"
 #include "protocol/SocketLibrary.h"
 #include "server/Startup.h"
@@ -63,6 +64,7 @@ class HeadlessProgram {
 }  // namespace
 
 int main() {
+    const StandardStreams streams;
     const SocketLibrary sockets;
     return HeadlessProgram().run();
 }

@@ -2,6 +2,7 @@
 #include <exception>
 
 #include "CommandLine.h"
+#include "OrvaneCore/StandardStreams.h"
 #include "Terminal.h"
 #include "protocol/SocketLibrary.h"
 
@@ -31,5 +32,6 @@ ExitStatus run(int argc, const char* const* argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const Orvane::StandardStreams streams;
     return static_cast<int>(run(argc, argv));
 }
