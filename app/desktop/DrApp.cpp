@@ -2,7 +2,6 @@
 
 #include <wx/imagpng.h>
 #include <wx/log.h>
-#include <wx/socket.h>
 
 #include <cstdlib>
 
@@ -16,7 +15,6 @@ bool DrApp::OnInit() {
     delete wxLog::SetActiveTarget(new wxLogStderr);
     // The program has no command line, so nothing on it is a reason not to start.
     wxApp::OnInit();
-    wxSocketBase::Initialize();
     wxImage::AddHandler(new wxPNGHandler);
     watchForTheEnd();
     auto* window = new DrWindow(serverFailed);

@@ -4,7 +4,6 @@
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/StandardStreams.h"
 #include "app/StopSignal.h"
-#include "protocol/SocketLibrary.h"
 #include "server/Startup.h"
 
 using namespace Orvane;
@@ -65,6 +64,5 @@ class HeadlessProgram {
 
 int main() {
     const StandardStreams streams;
-    const SocketLibrary sockets;
     return HeadlessProgram().run();
 }

@@ -13,7 +13,6 @@
 #include "OrvaneCore/FileSystem.h"
 #include "protocol/Framing.h"
 #include "protocol/Ports.h"
-#include "protocol/SocketLibrary.h"
 
 using namespace Orvane;
 
@@ -197,7 +196,6 @@ int main(int count, char** values) {
     // A process that a host has started and that outlives it.
     if (count == 2 && values[1] == std::string("linger"))
         hang();
-    const SocketLibrary sockets;
     Host(count, values).follow();
     return 0;
 }

@@ -8,7 +8,6 @@
 #include "OrvaneCore/Str.h"
 #include "PluginLink.h"
 #include "Rendering.h"
-#include "protocol/SocketLibrary.h"
 
 namespace Orvane {
 
@@ -76,7 +75,6 @@ class DemoHost {
 
 void run(int argc, const char* const* argv) {
     const HostArguments arguments({argv + 1, argv + argc});
-    const SocketLibrary sockets;
     DemoHost(arguments).run();
 }
 
