@@ -17,7 +17,7 @@ from pathlib import Path
 from apart import run_apart
 from harness import (
     DISCOVERY, END_RENDER, LOOPBACK, MASTER, ONLINE, PATIENCE, PING, PLUGIN_ANSWER, SERVER,
-    WELCOME, Master, Node, Peer, eventually, image, platform, request, scene_bytes, whole_job)
+    WELCOME, Master, Node, Peer, eventually, image, request, scene_bytes, whole_job)
 
 YEAR = 2014
 PLAN = [*ONLINE, "dump dumpA.exr 300", "hear", "close"]
@@ -54,7 +54,7 @@ def halted_output(node):
     whole_job()
     assert still_runs(node)
     with open(reader, "rb") as output:
-        assert output.read().replace(platform.ECHO.encode(), b"") == file.read_bytes()
+        assert output.read() == file.read_bytes()
     assert node.ended() == 0 and b"DR is finished" in file.read_bytes()
 
 
@@ -149,7 +149,7 @@ def no_process_left(node):
     with Master() as master:
         master.job()
         assert master.at_end()
-    assert "Cannot start the command interpreter\nGot no response from 3ds max" in node.final_log()
+    assert re.search("Cannot start the command interpreter: .+\nGot no response", node.final_log())
 
 
 def host_hangs_and_is_killed(node):
@@ -165,7 +165,7 @@ def host_hangs_and_is_killed(node):
             node.kill_host()
         assert master.at_end()
         assert other.receive(len(WELCOME)) == WELCOME
-    assert "Got no response from 3ds max, aborting" in node.final_log(errors="Killed\n")
+    assert "Got no response from 3ds max, aborting" in node.final_log()
 
 
 def plugin_is_gone_at_once(node):

@@ -2,6 +2,7 @@
 #include <thread>
 
 #include "OrvaneCore/Exception.h"
+#include "OrvaneCore/StandardStreams.h"
 #include "app/StopSignal.h"
 #include "server/Startup.h"
 
@@ -62,5 +63,6 @@ class HeadlessProgram {
 }  // namespace
 
 int main() {
+    const StandardStreams streams;
     return HeadlessProgram().run();
 }

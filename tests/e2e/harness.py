@@ -29,8 +29,6 @@ ONLINE = ["connect", "hear", "say " + PLUGIN_ANSWER]
 END_RENDER = b"<OrvaneDrCommand>\n\t<Command>EndRender</Command>\n</OrvaneDrCommand>\n\0"
 DUMP_EXR = END_RENDER.replace(b"EndRender", b"DumpExr")
 PING = b"<OrvaneDrDiscovery><Request>2014</Request></OrvaneDrDiscovery>\0"
-# What the scripted host says whose link ended before it heard what its plan expects.
-BROKEN_LINK = "(scripted host: .*\n)*"
 WELCOME = b"<OrvaneDrRemote>\n\t<HandshakeResponse>ok</HandshakeResponse>\n</OrvaneDrRemote>\n\0"
 
 
@@ -46,11 +44,6 @@ def image(size):
     """What the scripted host dumps."""
     start = size % 251
     return (bytes(range(251)) * (size // 251 + 2))[start : start + size]
-
-
-def children(process):
-    tasks = Path(f"/proc/{process}/task").iterdir()
-    return [int(child) for task in tasks for child in (task / "children").read_text().split()]
 
 
 class Node:
@@ -86,7 +79,7 @@ class Node:
     def plan(self, year, *lines):
         for name in ("record.txt", "heard.bin"):
             (self.host(year) / name).unlink(missing_ok=True)
-        (self.host(year) / "plan.txt").write_text("\n".join(lines) + "\n")
+        (self.host(year) / "plan.txt").write_text("\n".join(lines) + "\n", "latin-1")
 
     def allow(self, year, name):
         """Lets the host go on that awaits this."""
@@ -101,14 +94,15 @@ class Node:
         self.configure(f"{year} {seen(self.install(year, *plan))}")
         self.start()
 
-    def spawn(self):
+    def spawn(self, *wrapper, **settings):
         with open(self.folder / "out", "wb") as out, open(self.folder / "err", "wb") as err:
+            settings = {"stdin": subprocess.DEVNULL, "stdout": out, "stderr": err, **settings}
             self.server = subprocess.Popen(
-                SERVER, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=out, stderr=err,
-                pass_fds=[err.fileno()])  # one that the server knows nothing of
+                [*wrapper, *SERVER], cwd=self.folder,
+                pass_fds=[err.fileno()], **settings)  # one that the server knows nothing of
 
-    def start(self):
-        self.spawn()
+    def start(self, *wrapper, **settings):
+        self.spawn(*wrapper, **settings)
         self.wait_for("Available 3dsmax versions:")
 
     def log(self):
@@ -116,8 +110,7 @@ class Node:
         return STAMP.sub("", self.stamped_log())
 
     def stamped_log(self):
-        """All that the server wrote, without what the interpreter echoes."""
-        return self.output().replace(platform.ECHO, "").replace(platform.LINE_END, "\n")
+        return self.output().replace(platform.LINE_END, "\n")
 
     def output(self):
         return (self.folder / "out").read_bytes().decode("latin-1")
@@ -138,13 +131,12 @@ class Node:
         assert not platform.reports_damage(self.errors()), self.errors()
         return status
 
-    def stop(self, how=platform.STOPS[0], errors=""):
+    def stop(self, how=platform.STOPS[0]):
         self.server.send_signal(how)
-        status = self.ended()
-        assert status == 0 and re.fullmatch(errors, self.errors()), (status, self.errors())
+        assert (self.ended(), self.errors()) == (0, "")
 
-    def final_log(self, **expected):
-        self.stop(**expected)
+    def final_log(self):
+        self.stop()
         return self.log()
 
     def started_host(self, year=2014):
@@ -156,10 +148,21 @@ class Node:
     def heard_by_host(self, year=2014):
         return (self.host(year) / "heard.bin").read_bytes()
 
+    def host_processes(self):
+        """The numbers of all that belong to a host of this node, its interpreter included."""
+        def command(process):
+            try:
+                return (process / "cmdline").read_bytes()
+            except OSError:
+                return b""
+
+        mark = self.folder.parent.name.encode()
+        return [int(process.name) for process in Path("/proc").glob("[0-9]*")
+                if mark in command(process) and b"3dsmaxcmd.exe" in command(process)]
+
     def kill_host(self):
-        for shell in children(self.server.pid):
-            for host in children(shell):
-                os.kill(host, signal.SIGKILL)
+        for process in self.host_processes():
+            os.kill(process, signal.SIGKILL)
 
     def put_dump(self, name, data, mode=0o644, owner=-1):
         new = self.data / "unfinished"

@@ -7,7 +7,7 @@ import threading
 from pathlib import Path
 
 from harness import (
-    DUMP_EXR, END_RENDER, LOOPBACK, ONLINE, PLUGIN_ANSWER, Master, Peer, image, platform,
+    DUMP_EXR, END_RENDER, LOOPBACK, ONLINE, PLUGIN_ANSWER, Master, Peer, image,
     request, seen)
 
 CAMERA = "Cam\xe9ra 1\x80 & more"
@@ -134,6 +134,7 @@ def test_two_whole_jobs(node):
         *relayed(node, "dumpLast.exr", "300,000"),
         "DR is finished",
         "Closed loopback connection", "", "",
+        "3ds max ended with exit code 7",
         "Ready for new connection",
         "Accepted remote connection from 127.0.0.1",
         f"Handshake: {shaken[1]}",
@@ -146,8 +147,7 @@ def test_two_whole_jobs(node):
         "Ready for new connection",
         "",
     ]
-    assert node.output().count(platform.ECHO) == 2
-    assert (node.data / "DrLog.txt").read_bytes().decode("latin-1") == node.output().replace(platform.ECHO, "")
+    assert (node.data / "DrLog.txt").read_bytes().decode("latin-1") == node.output()
 
 
 def test_worked_example_of_the_documentation(node):
