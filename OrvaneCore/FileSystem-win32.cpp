@@ -100,6 +100,10 @@ String workingDirectory() {
                : String(buffer.data());
 }
 
+bool enterFolder(const String& path) {
+    return SetCurrentDirectoryW(native(path)) != 0;
+}
+
 struct Listing::Native {
     HANDLE search = INVALID_HANDLE_VALUE;
     WIN32_FIND_DATAW found{};

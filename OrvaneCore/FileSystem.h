@@ -34,6 +34,8 @@ bool copyFile(const String& from, const String& to);
 bool makeFolder(const String& path);
 /// The process's current folder, without a trailing separator.
 String workingDirectory();
+/// Makes a folder the process's current one. Before other threads are started.
+bool enterFolder(const String& path);
 
 /// The entries of a folder whose names begin with a prefix, in the platform's order.
 class Listing {
