@@ -62,6 +62,10 @@ std::int64_t fileSize(const String& path) {
     return known ? size.QuadPart : -1;
 }
 
+std::int64_t fileSize(std::FILE* stream) {
+    return _filelengthi64(_fileno(stream));
+}
+
 std::optional<std::uint64_t> freeSpace(const String& folder) {
     ULARGE_INTEGER available{};
     if (GetDiskFreeSpaceExW(native(folder), &available, nullptr, nullptr) == 0)

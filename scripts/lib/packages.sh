@@ -4,7 +4,7 @@
 # shellcheck disable=SC2034  # used by those who source this
 linux_build_packages=(
     build-essential cmake ninja-build pkg-config
-    libwxgtk3.2-dev libx11-dev librapidxml-dev
+    libwxgtk3.2-dev libx11-dev libasio-dev librapidxml-dev
     libopenexr-dev libpng-dev libcli11-dev nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 python3-pytest python3-pytest-xdist
