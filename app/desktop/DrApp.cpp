@@ -19,8 +19,8 @@ bool DrApp::OnInit() {
     wxSocketBase::Initialize();
     wxImage::AddHandler(new wxPNGHandler);
     watchForTheEnd();
-    auto* window = new DrWindow;
-    whenDisplayIsLost([window] { window->closeWithoutDisplay(); });
+    window = new DrWindow;
+    whenDisplayIsLost([this] { window->closeWithoutDisplay(); });
     return true;
 }
 
@@ -31,6 +31,7 @@ int DrApp::OnRun() {
 
 void DrApp::OnInitCmdLine(wxCmdLineParser& parser) {
     // The program has read its command line before; nothing on it is the toolkit's.
+    wxApp::OnInitCmdLine(parser);
     parser.SetCmdLine(wxString());
 }
 
@@ -55,8 +56,10 @@ void DrApp::pollStopSignal() {
     // A box waits for a user, at start-up or for the last time, and there is none.
     if (MessageBoxes::isOpen())
         std::_Exit(EXIT_FAILURE);
-    if (GetTopWindow() != nullptr)
-        GetTopWindow()->Close(true);
+    if (window != nullptr && window->isMenuOpen())
+        window->closeUnderMenu();
+    else if (window != nullptr)
+        window->Close(true);
 }
 
 }  // namespace Orvane

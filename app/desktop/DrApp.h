@@ -2,10 +2,12 @@
 
 #include <wx/app.h>
 #include <wx/timer.h>
+#include <wx/weakref.h>
 
 #include <memory>
 
 #include "app/StopSignal.h"
+#include "app/desktop/DrWindow.h"
 #include "app/desktop/MessageBoxes.h"
 
 namespace Orvane {
@@ -25,6 +27,7 @@ class DrApp : public wxApp {
     StopSignal stopSignal;  // before the toolkit starts threads
     MessageBoxes messageBoxes;
     std::unique_ptr<wxTimer> stopTimer;
+    wxWeakRef<DrWindow> window;
     bool stopRequested = false;
 };
 

@@ -8,6 +8,7 @@
 #include <wx/stattext.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 
 #include "OrvaneCore/Exception.h"
@@ -126,8 +127,21 @@ void DrWindow::restoreFromTray() {
 
 bool DrWindow::mayClose() const {
     // An open box or menu is further up on this very stack, and needs what closing would delete.
-    const bool menuOpen = linkMenuOpen || (trayIcon != nullptr && trayIcon->isMenuOpen());
-    return !closing && !menuOpen && !MessageBoxes::isOpen();
+    return !closing && !isMenuOpen() && !MessageBoxes::isOpen();
+}
+
+bool DrWindow::isMenuOpen() const {
+    return linkMenuOpen || (trayIcon != nullptr && trayIcon->isMenuOpen());
+}
+
+void DrWindow::closeUnderMenu() {
+    if (closing)
+        return;
+    closing = true;
+    stopServer();
+    log.flush();
+    // Not by returning: the menu further up on this stack would go on with what is gone.
+    std::_Exit(failed ? EXIT_FAILURE : EXIT_SUCCESS);
 }
 
 void DrWindow::stopServer() {

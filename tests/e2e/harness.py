@@ -89,10 +89,10 @@ class Node:
         self.configure(f"{year} {seen(self.install(year, *plan))}")
         self.start()
 
-    def spawn(self):
+    def spawn(self, *arguments, cwd=None, through=()):
         with open(self.folder / "out", "wb") as out, open(self.folder / "err", "wb") as err:
             self.server = subprocess.Popen(
-                SERVER, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=out, stderr=err,
+                [*through, *SERVER, *arguments], cwd=cwd or self.folder, stdin=subprocess.DEVNULL, stdout=out, stderr=err,
                 pass_fds=[err.fileno()])  # one that the server knows nothing of
 
     def start(self):
