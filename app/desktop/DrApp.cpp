@@ -7,8 +7,8 @@
 
 #include <cstdlib>
 
-#include "app/desktop/DisplayLoss.h"
 #include "app/desktop/DrWindow.h"
+#include "app/desktop/WindowPlatform.h"
 
 namespace Orvane {
 
@@ -19,14 +19,19 @@ bool DrApp::OnInit() {
     wxSocketBase::Initialize();
     wxImage::AddHandler(new wxPNGHandler);
     watchForTheEnd();
+<<<<<<< HEAD
     window = new DrWindow;
     whenDisplayIsLost([this] { window->closeWithoutDisplay(); });
+=======
+    auto* window = new DrWindow(serverFailed);
+    WindowPlatform::whenDisplayIsLost([window] { window->closeWithoutDisplay(); });
+>>>>>>> main
     return true;
 }
 
 int DrApp::OnRun() {
     const int status = wxApp::OnRun();
-    return DrWindow::hasFailed() ? EXIT_FAILURE : status;
+    return serverFailed ? EXIT_FAILURE : status;
 }
 
 void DrApp::OnInitCmdLine(wxCmdLineParser& parser) {
@@ -54,7 +59,7 @@ void DrApp::pollStopSignal() {
     if (!stopRequested)
         return;
     // A box waits for a user, at start-up or for the last time, and there is none.
-    if (MessageBoxes::isOpen())
+    if (MessageBoxWindows::isOpen())
         std::_Exit(EXIT_FAILURE);
     if (window != nullptr && window->isMenuOpen())
         window->closeUnderMenu();

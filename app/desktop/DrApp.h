@@ -7,8 +7,12 @@
 #include <memory>
 
 #include "app/StopSignal.h"
+<<<<<<< HEAD
 #include "app/desktop/DrWindow.h"
 #include "app/desktop/MessageBoxes.h"
+=======
+#include "app/desktop/MessageBoxWindows.h"
+>>>>>>> main
 
 namespace Orvane {
 
@@ -25,10 +29,11 @@ class DrApp : public wxApp {
     void pollStopSignal();
 
     StopSignal stopSignal;  // before the toolkit starts threads
-    MessageBoxes messageBoxes;
+    MessageBoxWindows messageBoxes;
     std::unique_ptr<wxTimer> stopTimer;
     wxWeakRef<DrWindow> window;
     bool stopRequested = false;
+    bool serverFailed = false;
 };
 
 }  // namespace Orvane
