@@ -50,7 +50,8 @@ std::string lastLine(int flood) {
 
 class FloodedWindow : public DrWindow {
   public:
-<<<<<<< HEAD
+    using DrWindow::DrWindow;
+
     void startFlood(int flood) {
         working = workerCount;
         for (int number = 0; number < workerCount; ++number)
@@ -71,11 +72,6 @@ class FloodedWindow : public DrWindow {
 
   private:
     void logAsWorker(int number, int flood) {
-=======
-    using DrWindow::DrWindow;
-
-    void logAsWorker(int number) {
->>>>>>> main
         for (int line = 0; line < linesPerWorker; ++line)
             log.log(String("Worker ") + Str::toWString(std::int32_t{number}) +
                     ": Started EXR dump (65,537 bytes, filename: /render/node/drData//dump" +
@@ -102,11 +98,7 @@ class FloodApp : public wxApp {
         Bench::silenceStandardOutput();
         wxSocketBase::Initialize();
         wxImage::AddHandler(new wxPNGHandler);
-<<<<<<< HEAD
-        window = new FloodedWindow;
-=======
-        window = new BurstWindow(serverFailed);
->>>>>>> main
+        window = new FloodedWindow(serverFailed);
         timer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { takeTurn(); });
         timer.Start(turnPeriodMs);
         return true;
@@ -160,15 +152,10 @@ class FloodApp : public wxApp {
     static std::string megabytes(double bytes) { return Bench::number(bytes / 1e6) + " MB"; }
 
     wxTimer timer;
-<<<<<<< HEAD
+    bool serverFailed = false;
     FloodedWindow* window = nullptr;
     int flood = 0;
     double memoryInTheMiddle = 0;
-=======
-    BurstWindow* window = nullptr;
-    bool serverFailed = false;
-    std::vector<std::thread> workers;
->>>>>>> main
     Clock::time_point started = Clock::now();
     Clock::time_point lastTurn = started;
     Clock::time_point floodStart;

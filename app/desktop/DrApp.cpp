@@ -19,13 +19,8 @@ bool DrApp::OnInit() {
     wxSocketBase::Initialize();
     wxImage::AddHandler(new wxPNGHandler);
     watchForTheEnd();
-<<<<<<< HEAD
-    window = new DrWindow;
-    whenDisplayIsLost([this] { window->closeWithoutDisplay(); });
-=======
-    auto* window = new DrWindow(serverFailed);
-    WindowPlatform::whenDisplayIsLost([window] { window->closeWithoutDisplay(); });
->>>>>>> main
+    window = new DrWindow(serverFailed);
+    WindowPlatform::whenDisplayIsLost([this] { window->closeWithoutDisplay(); });
     return true;
 }
 

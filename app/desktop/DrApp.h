@@ -7,12 +7,8 @@
 #include <memory>
 
 #include "app/StopSignal.h"
-<<<<<<< HEAD
 #include "app/desktop/DrWindow.h"
-#include "app/desktop/MessageBoxes.h"
-=======
 #include "app/desktop/MessageBoxWindows.h"
->>>>>>> main
 
 namespace Orvane {
 

@@ -129,8 +129,7 @@ void DrWindow::restoreFromTray() {
 
 bool DrWindow::mayClose() const {
     // An open box or menu is further up on this very stack, and needs what closing would delete.
-<<<<<<< HEAD
-    return !closing && !isMenuOpen() && !MessageBoxes::isOpen();
+    return phase != Phase::Closing && !isMenuOpen() && !MessageBoxWindows::isOpen();
 }
 
 bool DrWindow::isMenuOpen() const {
@@ -138,17 +137,13 @@ bool DrWindow::isMenuOpen() const {
 }
 
 void DrWindow::closeUnderMenu() {
-    if (closing)
+    if (phase == Phase::Closing)
         return;
-    closing = true;
+    phase = Phase::Closing;
     stopServer();
     log.flush();
     // Not by returning: the menu further up on this stack would go on with what is gone.
     std::_Exit(failed ? EXIT_FAILURE : EXIT_SUCCESS);
-=======
-    const bool menuOpen = linkMenuOpen || (trayIcon != nullptr && trayIcon->isMenuOpen());
-    return phase != Phase::Closing && !menuOpen && !MessageBoxWindows::isOpen();
->>>>>>> main
 }
 
 void DrWindow::stopServer() {

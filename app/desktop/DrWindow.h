@@ -33,19 +33,12 @@ class DrWindow : public wxFrame {
     /// Stops the server as closing does, without touching what is on the display.
     void closeWithoutDisplay();
 
-<<<<<<< HEAD
     /// A menu of the window or of its icon is open, which keeps the window from being closed.
     bool isMenuOpen() const;
     /// Stops the server as closing does, then ends the process: for when nobody is there to dismiss
     /// the menu. The log is shown until the end. Returns only if the window is closing already.
     void closeUnderMenu();
 
-    /// Whether the server gave up, rather than being closed by somebody. For the program's exit
-    /// status, so it outlives the one window that a process has.
-    static bool hasFailed() { return failed; }
-
-=======
->>>>>>> main
   protected:
     DrLog log;
 
