@@ -4,7 +4,6 @@
 #include <unistd.h>
 #include <wx/app.h>
 #include <wx/imagpng.h>
-#include <wx/socket.h>
 #include <wx/textctrl.h>
 #include <wx/timer.h>
 
@@ -96,7 +95,6 @@ class FloodApp : public wxApp {
   public:
     bool OnInit() override {
         Bench::silenceStandardOutput();
-        wxSocketBase::Initialize();
         wxImage::AddHandler(new wxPNGHandler);
         window = new FloodedWindow(serverFailed);
         timer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { takeTurn(); });

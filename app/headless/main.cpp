@@ -5,7 +5,6 @@
 #include "app/CommandLine.h"
 #include "app/Console.h"
 #include "app/StopSignal.h"
-#include "protocol/SocketLibrary.h"
 #include "server/Startup.h"
 
 using namespace Orvane;
@@ -67,6 +66,5 @@ class HeadlessProgram {
 int main(int count, char** values) {
     if (const auto status = obeyCommandLine("dr-server-headless", typedArguments(count, values)))
         return *status;
-    const SocketLibrary sockets;
     return HeadlessProgram().run();
 }

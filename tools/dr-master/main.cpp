@@ -3,7 +3,6 @@
 
 #include "CommandLine.h"
 #include "Terminal.h"
-#include "protocol/SocketLibrary.h"
 
 using Orvane::ExitStatus;
 
@@ -18,7 +17,6 @@ ExitStatus report(ExitStatus status, const char* what, const std::string& remedy
 
 ExitStatus run(int argc, const char* const* argv) {
     try {
-        const Orvane::SocketLibrary sockets;
         Orvane::Terminal::prepare();
         return Orvane::runCommandLine(argc, argv);
     } catch (const Orvane::Failure& failure) {
