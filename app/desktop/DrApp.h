@@ -6,6 +6,7 @@
 
 #include <memory>
 
+#include "OrvaneCore/StandardStreams.h"
 #include "app/StopSignal.h"
 #include "app/desktop/DrWindow.h"
 #include "app/desktop/MessageBoxWindows.h"
@@ -24,7 +25,8 @@ class DrApp : public wxApp {
     void watchForTheEnd();
     void pollStopSignal();
 
-    StopSignal stopSignal;  // before the toolkit starts threads
+    StandardStreams streams;  // before anything opens the display
+    StopSignal stopSignal;    // before the toolkit starts threads
     MessageBoxWindows messageBoxes;
     std::unique_ptr<wxTimer> stopTimer;
     wxWeakRef<DrWindow> window;

@@ -48,7 +48,7 @@ def test_window_and_tray_icon(session, node):
     assert session.windows(ICON) == []
     render(node)
     assert retained(node) == 0
-    shown = node.output().replace(platform.ECHO, "").encode("latin-1").decode()
+    shown = node.output().encode("latin-1").decode()
     session.reads(window, *LOG, shown)
 
     session.click(window, *LINK)
@@ -80,7 +80,7 @@ def test_window_and_tray_icon(session, node):
     assert node.ended() == 0 and node.errors() == ""
     assert retained(node) == 1 and node.log().endswith("Ready for new connection\n")
     written = (node.data / "DrLog.txt").read_bytes().decode("latin-1")
-    assert written == node.output().replace(platform.ECHO, "")
+    assert written == node.output()
 
 
 def test_ended_while_a_menu_is_open(session, node):

@@ -131,6 +131,7 @@ def test_two_whole_jobs(node):
         *relayed(node, "dumpLast.exr", "300,000"),
         "DR is finished",
         "Closed loopback connection", "", "",
+        "3ds max ended with exit code 7",
         "Ready for new connection",
         "Accepted remote connection from 127.0.0.1",
         f"Handshake: {shaken[1]}",
@@ -143,8 +144,7 @@ def test_two_whole_jobs(node):
         "Ready for new connection",
         "",
     ]
-    assert node.output().count(platform.ECHO) == 2
-    assert (node.data / "DrLog.txt").read_bytes().decode("latin-1") == node.output().replace(platform.ECHO, "")
+    assert (node.data / "DrLog.txt").read_bytes().decode("latin-1") == node.output()
 
 
 def test_worked_example_of_the_documentation(node):

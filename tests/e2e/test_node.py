@@ -125,7 +125,7 @@ def test_command_line(node, tmp_path):
 
 def test_another_folder(node, tmp_path):
     node.configure("2014 /somewhere")
-    node.spawn("--folder", "R\xe9nder N\xf6de 1\u20ac", cwd=tmp_path)
+    node.spawn(arguments=["--folder", node.folder.name], cwd=tmp_path)
     node.wait_for("2014: /somewhere")
     node.stop()
     assert (node.data / "DrLog.txt").exists() and not (tmp_path / "drData").exists()
@@ -145,7 +145,7 @@ def test_what_is_no_file(node):
     config = node.data / "DrConfig-1.00.txt"
     settings = config.read_bytes()
     config.chmod(0)
-    node.spawn(through=["setpriv", "--bounding-set=-all"])  # root who is not above permissions
+    node.spawn("setpriv", "--bounding-set=-all")  # root who is not above permissions
     node.wait_for(f"The config file cannot be read, and is left as it is: {seen(config)}\n")
     node.stop()
     assert config.read_bytes() == settings
