@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 
 #include "OrvaneCore/DrLog.h"
 #include "config/HostInstallation.h"
@@ -18,6 +19,11 @@ class DrConfig {
     /// Ends in "/". Paths add another one, which every platform takes as one.
     String dataFolder;
 
+    /// How long the host may take to end once nobody needs it; zero: for ever.
+    std::chrono::seconds hostPatience{900};
+    /// Whether the host runs below normal priority, for the sake of whoever works at the machine.
+    bool hostHasLowPriority = false;
+
     /// Install folder of a release, empty when there is none or the year is out of range.
     const String& hostPath(std::int32_t year) const;
 
@@ -32,6 +38,8 @@ class DrConfig {
     bool takeLine(const String& line);
     bool takeSetting(const String& line);
     bool takeRetainExr(const String& rest);
+    bool takeHostPatience(const String& rest);
+    bool takeHostPriority(const String& rest);
     void createDefaultFile(const String& path, DrLog& log);
     std::int32_t writeDefaultFile(const String& path) const;
 
