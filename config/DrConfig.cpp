@@ -3,7 +3,9 @@
 #include <optional>
 
 #include "OrvaneCore/Exception.h"
+#include "OrvaneCore/FileSystem.h"
 #include "OrvaneCore/MessageBox.h"
+#include "OrvaneCore/Registry.h"
 #include "OrvaneCore/Str.h"
 #include "OrvaneCore/TextFileReader.h"
 
@@ -43,17 +45,25 @@ const String& DrConfig::hostPath(std::int32_t year) const {
     return isHostYear(year) ? hostPaths[slotOf(year)] : none;
 }
 
-void DrConfig::detectHosts() {
+void DrConfig::detectHosts(DrLog& log) {
+    const String obstacle = registryObstacle();
+    if (!obstacle.isEmpty())
+        log.log(String("Cannot look for installed hosts: ") + obstacle);
     for (std::int32_t year = firstHostYear; year <= lastHostYear; ++year)
         findHostInstallation(year, hostPaths[slotOf(year)]);
 }
 
 void DrConfig::load(const String& path, DrLog& log) {
-    detectHosts();
+    detectHosts(log);
     TextFileReader reader;
     try {
         reader.open(path);
     } catch (const Exception&) {
+        if (FileSystem::isRegularFile(path)) {
+            // Somebody's settings, which a default must not replace.
+            log.log(String("The config file cannot be read, and is left as it is: ") + path);
+            return;
+        }
         log.log("Cannot read the config file, default one will be created");
         createDefaultFile(path, log);
         return;
@@ -96,7 +106,8 @@ bool DrConfig::takeSetting(const String& line) {
     };
     constexpr std::array settings = {Setting{u"retainexr", &DrConfig::takeRetainExr},
                                      Setting{u"hostpatience", &DrConfig::takeHostPatience},
-                                     Setting{u"hostpriority", &DrConfig::takeHostPriority}};
+                                     Setting{u"hostpriority", &DrConfig::takeHostPriority},
+                                     Setting{u"logmegabytes", &DrConfig::takeLogMegabytes}};
     String lower = line;
     Str::toLower(lower);
     for (const Setting& setting : settings) {
@@ -125,6 +136,15 @@ bool DrConfig::takeHostPriority(const String& rest) {
     Str::toLower(value);
     hostHasLowPriority = value == String("low");
     return hostHasLowPriority || value == String("normal");
+}
+
+bool DrConfig::takeLogMegabytes(const String& rest) {
+    constexpr std::uint64_t bytesOfMegabyte = 1000000;
+    const std::optional<std::int32_t> megabytes = numberBehindEquals(rest);
+    if (!megabytes)
+        return false;
+    mostLogBytes = static_cast<std::uint64_t>(*megabytes) * bytesOfMegabyte;
+    return true;
 }
 
 void DrConfig::createDefaultFile(const String& path, DrLog& log) {

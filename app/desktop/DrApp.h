@@ -2,11 +2,13 @@
 
 #include <wx/app.h>
 #include <wx/timer.h>
+#include <wx/weakref.h>
 
 #include <memory>
 
 #include "OrvaneCore/StandardStreams.h"
 #include "app/StopSignal.h"
+#include "app/desktop/DrWindow.h"
 #include "app/desktop/MessageBoxWindows.h"
 
 namespace Orvane {
@@ -15,6 +17,7 @@ namespace Orvane {
 class DrApp : public wxApp {
   public:
     bool OnInit() override;
+    void OnInitCmdLine(wxCmdLineParser& parser) override;
     /// Status 1 when the server ended by itself.
     int OnRun() override;
 
@@ -26,6 +29,7 @@ class DrApp : public wxApp {
     StopSignal stopSignal;    // before the toolkit starts threads
     MessageBoxWindows messageBoxes;
     std::unique_ptr<wxTimer> stopTimer;
+    wxWeakRef<DrWindow> window;
     bool stopRequested = false;
     bool serverFailed = false;
 };

@@ -89,11 +89,12 @@ class Node:
         self.configure(f"{year} {seen(self.install(year, *plan))}")
         self.start()
 
-    def spawn(self, *wrapper, **settings):
+    def spawn(self, *wrapper, arguments=(), **settings):
         with open(self.folder / "out", "wb") as out, open(self.folder / "err", "wb") as err:
-            settings = {"stdin": subprocess.DEVNULL, "stdout": out, "stderr": err, **settings}
+            settings = {"cwd": self.folder, "stdin": subprocess.DEVNULL, "stdout": out, "stderr": err,
+                        **settings}
             self.server = subprocess.Popen(
-                [*wrapper, *SERVER], cwd=self.folder,
+                [*wrapper, *SERVER, *arguments],
                 pass_fds=[err.fileno()], **settings)  # one that the server knows nothing of
 
     def start(self, *wrapper, **settings):
