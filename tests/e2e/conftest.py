@@ -65,6 +65,15 @@ def pytest_configure(config):
         isolate_worker()
 
 
+@pytest.fixture(autouse=True)
+def undamaged(capfd):
+    """Of the programs that a test starts by itself."""
+    yield
+    out, err = capfd.readouterr()
+    print(out, err)  # for the report
+    assert not platform.reports_damage(err)
+
+
 @pytest.fixture
 def node(tmp_path):
     """A render node with blanks and letters of all kinds in its path; ended with the test."""
