@@ -1,8 +1,11 @@
 """Animations: each frame by one node, and again elsewhere when it fails."""
 
+import json
 import signal
+import socket
 
-from farm import *
+from farm import PlayedNode, announced, exr, finish, start_render, told_to_end, value_of
+from harness import MASTER
 
 
 def frames_in(folder):

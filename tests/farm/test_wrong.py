@@ -1,10 +1,16 @@
 """Nodes that are wrong, slow, hostile or gone, and renders that end before their time. The nodes are
 played here, each on a loopback address of its own."""
 
+import json
 import signal
+import socket
+import struct
 import threading
+import time
 
-from farm import *
+import pytest
+from farm import PlayedNode, announced, exr, finish, start_render, told_to_end, value_of
+from harness import DUMP_EXR, PATIENCE, eventually
 
 
 def sending(*images):

@@ -4,8 +4,8 @@
 #include <filesystem>
 
 #include "HostArguments.h"
-#include "OrvaneCore/StandardStreams.h"
 #include "OrvaneCore/RandomSource.h"
+#include "OrvaneCore/StandardStreams.h"
 #include "OrvaneCore/Str.h"
 #include "PluginLink.h"
 #include "Rendering.h"
