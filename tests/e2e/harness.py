@@ -157,7 +157,7 @@ class Node:
             except OSError:
                 return b""
 
-        mark = self.folder.parent.name.encode()
+        mark = seen(self.folder.parent).encode("latin-1")
         return [int(process.name) for process in Path("/proc").glob("[0-9]*")
                 if mark in command(process) and b"3dsmaxcmd.exe" in command(process)]
 
