@@ -90,6 +90,10 @@ String workingDirectory() {
     return getcwd(buffer.data(), buffer.size()) == nullptr ? String() : String(buffer.data());
 }
 
+String portableName(const String& folder) {
+    return folder;
+}
+
 /// Reads entries by small portions first: the relay lists a folder of a thousand images a thousand
 /// times and takes the first each time, where readdir would fetch them all.
 struct Listing::Native {
