@@ -1,3 +1,5 @@
+#include "OrvaneCore/CommandInterpreter.h"
+
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -6,8 +8,6 @@
 #include <cerrno>
 #include <csignal>
 #include <string>
-
-#include "OrvaneCore/CommandInterpreter.h"
 
 extern char** environ;
 

@@ -1,6 +1,6 @@
-#include <cstdlib>
-
 #include "OrvaneCore/CommandInterpreter.h"
+
+#include <cstdlib>
 
 namespace Orvane {
 

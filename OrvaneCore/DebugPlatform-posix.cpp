@@ -1,12 +1,13 @@
 // The report is wanted whatever the build type; without this, releases do not declare it.
 #undef NDEBUG
+#include "OrvaneCore/DebugPlatform.h"
+
 #include <cassert>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <string>
 
-#include "OrvaneCore/DebugPlatform.h"
 #include "OrvaneCore/Str.h"
 
 namespace Orvane::DebugPlatform {

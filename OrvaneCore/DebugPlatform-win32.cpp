@@ -1,10 +1,10 @@
+#include "OrvaneCore/DebugPlatform.h"
+
 #include <assert.h>
 #include <windows.h>
 
 #include <cstring>
 #include <string>
-
-#include "OrvaneCore/DebugPlatform.h"
 
 namespace Orvane::DebugPlatform {
 

@@ -51,6 +51,11 @@ std::int64_t fileSize(const String& path) {
     return found ? static_cast<std::int64_t>(found->st_size) : -1;
 }
 
+std::int64_t fileSize(std::FILE* stream) {
+    struct stat found {};
+    return fstat(fileno(stream), &found) == 0 ? static_cast<std::int64_t>(found.st_size) : -1;
+}
+
 std::optional<std::uint64_t> freeSpace(const String& folder) {
     struct statvfs found {};
     if (statvfs(toAnsi(folder).c_str(), &found) != 0)

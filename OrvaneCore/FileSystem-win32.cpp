@@ -101,6 +101,10 @@ std::int64_t fileSize(const String& path) {
     return known ? size.QuadPart : -1;
 }
 
+std::int64_t fileSize(std::FILE* stream) {
+    return _filelengthi64(_fileno(stream));
+}
+
 std::optional<std::uint64_t> freeSpace(const String& folder) {
     ULARGE_INTEGER available{};
     if (GetDiskFreeSpaceExW(longPath(folder).c_str(), &available, nullptr, nullptr) == 0)

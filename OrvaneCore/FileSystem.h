@@ -22,6 +22,8 @@ bool isBeingWritten(const String& path);
 
 /// Bytes, or -1 when it cannot be had.
 std::int64_t fileSize(const String& path);
+/// The same of an open file, whatever becomes of its name meanwhile.
+std::int64_t fileSize(std::FILE* stream);
 /// Bytes that this user may still write in the folder; nothing when it cannot be had.
 std::optional<std::uint64_t> freeSpace(const String& folder);
 bool isRegularFile(const String& path);

@@ -1,6 +1,6 @@
-#include <sys/random.h>
-
 #include "OrvaneCore/RandomSource.h"
+
+#include <sys/random.h>
 
 namespace Orvane {
 

@@ -1,8 +1,8 @@
+#include "OrvaneCore/RandomSource.h"
+
 #include <windows.h>
 // wincrypt.h wants windows.h before it.
 #include <wincrypt.h>
-
-#include "OrvaneCore/RandomSource.h"
 
 namespace Orvane {
 

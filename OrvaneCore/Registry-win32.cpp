@@ -1,8 +1,9 @@
+#include "OrvaneCore/Registry.h"
+
 #include <windows.h>
 
 #include <vector>
 
-#include "OrvaneCore/Registry.h"
 #include "OrvaneCore/Str.h"
 
 namespace Orvane {

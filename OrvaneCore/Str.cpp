@@ -25,6 +25,17 @@ const std::locale& formattingLocale() {
     return grouped;
 }
 
+/// The digits of `number`, from the right in groups of one size.
+std::string groupedDigits(std::uint64_t number, const std::numpunct<char>& punctuation) {
+    std::string digits = std::to_string(number);
+    const auto group = static_cast<std::size_t>(punctuation.grouping().front());
+    for (std::size_t at = digits.size(); at > group;) {
+        at -= group;
+        digits.insert(at, 1, punctuation.thousands_sep());
+    }
+    return digits;
+}
+
 std::int32_t indexOrNotFound(std::size_t index) {
     return index == std::u16string_view::npos ? String::notFound : static_cast<std::int32_t>(index);
 }
@@ -34,16 +45,10 @@ std::int32_t indexOrNotFound(std::size_t index) {
 String getFormatted(std::uint64_t number) {
     constexpr std::uint64_t exactBelow = 100000000;
     constexpr std::uint64_t million = 1000000;
-    const bool inMillions = number >= exactBelow;
-    // The stream is the costly part, so each thread keeps one.
-    thread_local std::ostringstream stream = [] {
-        std::ostringstream made;
-        made.imbue(formattingLocale());
-        return made;
-    }();
-    stream.str({});
-    stream << (inMillions ? number / million : number) << (inMillions ? " M" : "");
-    return String(stream.str());
+    const auto& punctuation = std::use_facet<std::numpunct<char>>(formattingLocale());
+    if (number < exactBelow)
+        return String(groupedDigits(number, punctuation));
+    return String(groupedDigits(number / million, punctuation) + " M");
 }
 
 String toWString(std::int32_t number) {

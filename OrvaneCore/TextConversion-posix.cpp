@@ -1,8 +1,8 @@
+#include "OrvaneCore/TextConversion.h"
+
 #include <algorithm>
 #include <array>
 #include <iterator>
-
-#include "OrvaneCore/TextConversion.h"
 
 namespace Orvane::TextConversion {
 

@@ -1,6 +1,6 @@
-#include <windows.h>
-
 #include "OrvaneCore/TextConversion.h"
+
+#include <windows.h>
 
 namespace Orvane::TextConversion {
 

@@ -1,6 +1,7 @@
 #include "OrvaneCore/Timestamp.h"
 
 #include <string>
+#include <type_traits>
 
 #include "OrvaneCore/LocalTime.h"
 
@@ -36,26 +37,25 @@ std::string stampText(const std::tm& time, bool forFileName) {
 
 // Breaking down the time asks the time zone each time; log bursts stamp thousands of lines within
 // one second, so each thread keeps its last answer.
-struct CachedStamp {
+struct BrokenDown {
     std::time_t second = -1;
-    std::string text;
+    std::tm time{};
 };
+// Not every tool chain runs destructors before it frees a thread's storage.
+static_assert(std::is_trivially_destructible_v<BrokenDown>);
+thread_local BrokenDown last;
 
-const std::string& cachedStamp(CachedStamp& cache, bool forFileName) {
+const std::tm& localTimeNow() {
     const std::time_t now = std::time(nullptr);
-    if (now != cache.second) {
-        cache.text = stampText(localTime(now), forFileName);
-        cache.second = now;
-    }
-    return cache.text;
+    if (now != last.second)
+        last = {now, localTime(now)};
+    return last.time;
 }
 
 }  // namespace
 
 String getTimestamp(bool forFileName) {
-    thread_local CachedStamp forLines;
-    thread_local CachedStamp forFiles;
-    return String(cachedStamp(forFileName ? forFiles : forLines, forFileName));
+    return String(stampText(localTimeNow(), forFileName));
 }
 
 String getDate(const std::tm& time) {

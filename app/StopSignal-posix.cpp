@@ -1,6 +1,6 @@
-#include <csignal>
-
 #include "app/StopSignal.h"
+
+#include <csignal>
 
 namespace Orvane {
 

@@ -1,10 +1,10 @@
+#include "app/StopSignal.h"
+
 #include <windows.h>
 
 #include <future>
 #include <memory>
 #include <thread>
-
-#include "app/StopSignal.h"
 
 namespace Orvane {
 

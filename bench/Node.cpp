@@ -13,8 +13,8 @@
 #include <thread>
 
 #include "bench/Figures.h"
-#include "protocol/DrMessage.h"
 #include "protocol/Framing.h"
+#include "protocol/Messages.h"
 #include "protocol/Ports.h"
 
 namespace Bench {
@@ -55,7 +55,7 @@ std::string onTheWire(const Orvane::String& message) {
 
 void answerAsPlugin(const Descriptor& plugin) {
     receiveMessage(plugin);
-    sendAll(plugin, onTheWire(Orvane::buildMessage(Tag::local, "HandshakeInit", "init")));
+    sendAll(plugin, onTheWire(Orvane::PluginAnswer::text()));
 }
 
 }  // namespace
@@ -93,10 +93,7 @@ void Node::start() {
 }
 
 std::string masterHandshake(const std::string& hostVersion) {
-    Orvane::DrMessage message(Tag::remote);
-    message.append("HandshakeInit", "init");
-    message.writeFrameInfo({hostVersion, "", "0"});
-    return onTheWire(message.print());
+    return onTheWire(Orvane::MasterHandshake{{hostVersion, "", "0"}}.text());
 }
 
 void shakeHands(const Descriptor& master, const std::string& hostVersion) {
@@ -134,7 +131,7 @@ void sendSmallScene(const Descriptor& master) {
 }
 
 std::string announcement() {
-    return onTheWire(Orvane::buildMessage(Tag::command, Tag::commandChild, Tag::dumpExr));
+    return onTheWire(Orvane::DumpExr::text());
 }
 
 }  // namespace Bench

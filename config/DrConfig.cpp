@@ -9,10 +9,6 @@ namespace Orvane {
 
 namespace {
 
-bool isKnownYear(std::int32_t year) {
-    return year >= firstHostYear && year <= lastHostYear;
-}
-
 std::size_t slotOf(std::int32_t year) {
     return static_cast<std::size_t>(year - firstHostYear);
 }
@@ -21,7 +17,7 @@ std::size_t slotOf(std::int32_t year) {
 
 const String& DrConfig::hostPath(std::int32_t year) const {
     static const String none;
-    return isKnownYear(year) ? hostPaths[slotOf(year)] : none;
+    return isHostYear(year) ? hostPaths[slotOf(year)] : none;
 }
 
 void DrConfig::detectHosts() {
@@ -44,13 +40,14 @@ void DrConfig::load(const String& path, DrLog& log) {
 
 void DrConfig::readFile(TextFileReader& reader, DrLog& log) {
     String line;
-    while (!reader.atEnd()) {
+    for (std::int32_t number = 1; !reader.atEnd(); ++number) {
         reader.readLine(line);
         Str::trimWhitespace(line);
         if (line.isEmpty() || Str::startsWith(line, u"#"))
             continue;
         if (!takeLine(line)) {
             log.log("Error in the config file");
+            log.log(String("Line ") + Str::toWString(number) + " is not understood: " + line);
             return;
         }
     }
@@ -59,19 +56,34 @@ void DrConfig::readFile(TextFileReader& reader, DrLog& log) {
 bool DrConfig::takeLine(const String& line) {
     const std::string text = toAnsi(line);
     const std::int32_t year = Str::leadingInteger(text);
-    if (isKnownYear(year)) {
+    if (isHostYear(year)) {
         // By position, however the year was written: four characters are the year.
         String folder = toWide(std::string_view(text).substr(4));
         Str::trimWhitespace(folder);
         hostPaths[slotOf(year)] = folder;
         return true;
     }
+    return takeSetting(line);
+}
+
+bool DrConfig::takeSetting(const String& line) {
+    struct Setting {
+        std::u16string_view name;  // in lower case; written in any
+        bool (DrConfig::*take)(const String& rest);
+    };
+    constexpr std::array settings = {Setting{u"retainexr", &DrConfig::takeRetainExr}};
     String lower = line;
     Str::toLower(lower);
-    if (!Str::startsWith(lower, u"retainexr"))
-        return false;
-    // The name in any case, the value in this one only.
-    retainExr = Str::endsWith(line, u"true");
+    for (const Setting& setting : settings) {
+        if (Str::startsWith(lower, setting.name))
+            return (this->*setting.take)(String(line.view().substr(setting.name.size())));
+    }
+    return false;
+}
+
+bool DrConfig::takeRetainExr(const String& rest) {
+    // Whatever stands between, and in this case only.
+    retainExr = Str::endsWith(rest, u"true");
     return true;
 }
 

@@ -30,6 +30,8 @@ class DrConfig {
     void detectHosts();
     void readFile(class TextFileReader& reader, DrLog& log);
     bool takeLine(const String& line);
+    bool takeSetting(const String& line);
+    bool takeRetainExr(const String& rest);
     void createDefaultFile(const String& path, DrLog& log);
     std::int32_t writeDefaultFile(const String& path) const;
 

@@ -71,21 +71,8 @@ void DrMessage::append(const char* child, const String& value) {
     document->tree.first_node()->append_node(document->element(child, toAnsi(value)));
 }
 
-void DrMessage::writeFrameInfo(const FrameInfo& info) {
-    append("FrameName", info.frameName);
-    append("HostVersion", info.hostVersion);
-    append("CameraName", info.cameraName);
-}
-
-bool DrMessage::readFrameInfo(FrameInfo& info) const {
-    info = FrameInfo();
-    const auto* root = document->tree.first_node();
-    if (root == nullptr)
-        return false;
-    info.frameName = valueOf(*root, "FrameName");
-    info.hostVersion = valueOf(*root, "HostVersion");
-    info.cameraName = valueOf(*root, "CameraName");
-    return true;
+bool DrMessage::isEmpty() const {
+    return document->tree.first_node() == nullptr;
 }
 
 bool DrMessage::has(const char* root, const char* child, const String& value) const {

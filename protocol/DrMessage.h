@@ -8,7 +8,8 @@
 
 namespace Orvane {
 
-/// Words of the protocol: roots say which conversation a message belongs to.
+/// Words of the protocol: roots say which conversation a message belongs to. Messages.h has the
+/// messages that are made of them.
 namespace Tag {
 extern const char* const remote;        // master handshake
 extern const char* const local;         // plug-in handshake
@@ -29,15 +30,7 @@ class MalformedMessage : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// What a job is about: which host release made the scene, which camera and which frames. The texts
-/// are passed on as the master sent them.
-struct FrameInfo {
-    String hostVersion;
-    String cameraName;
-    String frameName;
-};
-
-/// One protocol message: a root element whose children hold text. Not shared between threads.
+/// The XML of one message: a root element whose children hold text. Not shared between threads.
 class DrMessage {
   public:
     /// A message with an empty root.
@@ -49,10 +42,8 @@ class DrMessage {
     DrMessage& operator=(DrMessage&&) noexcept;
 
     void append(const char* child, const String& value);
-    /// Appends "FrameName", "HostVersion" and "CameraName", in this order.
-    void writeFrameInfo(const FrameInfo& info);
-    /// Missing children leave their field empty. False only without any element.
-    bool readFrameInfo(FrameInfo& info) const;
+    /// True without any element, which only a parsed text can be.
+    bool isEmpty() const;
     /// True for exactly one top-level element, of name `root`, whose first `child` has exactly this
     /// value. Empty names stand for whatever comes first.
     bool has(const char* root, const char* child, const String& value) const;

@@ -45,16 +45,17 @@ InputFile::InputFile(const String& filePath)
         throw fileException(name);
     }
     leaveBufferingOut(stream);
+    bytes = FileSystem::fileSize(stream);
 }
 
 InputFile::~InputFile() {
     std::fclose(stream);
 }
 
-void InputFile::read(void* buffer, std::size_t size) {
-    if (std::fread(buffer, 1, size, stream) != size)
+void InputFile::read(void* buffer, std::size_t count) {
+    if (std::fread(buffer, 1, count, stream) != count)
         throw fileException(name);
-    moved += static_cast<std::int64_t>(size);
+    moved += static_cast<std::int64_t>(count);
 }
 
 OutputFile::OutputFile(const String& filePath)
@@ -91,7 +92,7 @@ int sendFile(Connection& connection, const String& path) {
 }
 
 int sendFile(Connection& connection, InputFile& file, TransferProgress progress, void* argument) {
-    const std::int64_t size = FileSystem::fileSize(file.path());
+    const std::int64_t size = file.size();
     if (size < 0 || !connection.isAlive())
         return 1;
     connection.setTimeout(fileSendTimeoutSeconds);

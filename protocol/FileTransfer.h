@@ -22,13 +22,16 @@ class InputFile {
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
 
-    void read(void* buffer, std::size_t size);
+    void read(void* buffer, std::size_t count);
     const String& path() const { return name; }
+    /// As it was when the file was opened; -1 when it cannot be had.
+    std::int64_t size() const { return bytes; }
     std::int64_t bytesMoved() const { return moved; }
 
   private:
     String name;
     std::FILE* stream;
+    std::int64_t bytes = -1;
     std::int64_t moved = 0;
 };
 
@@ -57,12 +60,12 @@ using TransferProgress = void (*)(void* argument, std::int64_t moved, std::int64
 
 /// All answer 0 for success and 1 for a failed connection, and throw the file exception when the
 /// file itself fails.
-int sendFile(Connection& connection, const String& path);
-int sendFile(Connection& connection, InputFile& file, TransferProgress progress = nullptr,
-             void* argument = nullptr);
+[[nodiscard]] int sendFile(Connection& connection, const String& path);
+[[nodiscard]] int sendFile(Connection& connection, InputFile& file,
+                           TransferProgress progress = nullptr, void* argument = nullptr);
 /// A failed transfer leaves the partial file. A size beyond the free space of the file's folder is
 /// a failure of the file, found before anything is written.
-int receiveFile(Connection& connection, const String& path, TransferProgress progress = nullptr,
-                void* argument = nullptr);
+[[nodiscard]] int receiveFile(Connection& connection, const String& path,
+                              TransferProgress progress = nullptr, void* argument = nullptr);
 
 }  // namespace Orvane

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
+
+#include "OrvaneCore/Str.h"
 
 namespace Orvane {
 
@@ -35,34 +38,65 @@ class MessageDeadline {
 
 }  // namespace
 
-int readMessage(Connection& connection, String& text, int timeoutSeconds, const char** refusal) {
-    text.truncate(0);
-    connection.setTimeout(timeoutSeconds);
-    MessageDeadline deadline(timeoutSeconds);
-    std::array<char, 4096> arrived;
-    while (const std::size_t size =
-               connection.peek(arrived.data(), arrived.size(), deadline.left())) {
-        deadline.begin();
-        const auto* zero = std::find(arrived.data(), arrived.data() + size, '\0');
-        const auto length = static_cast<std::size_t>(zero - arrived.data());
-        const bool complete = length < size;
-        connection.read(arrived.data(), complete ? length + 1 : length);
-        // Each byte is one character by itself, whatever its neighbours are.
-        for (std::size_t i = 0; i < length; ++i)
-            text.appendNarrow({&arrived[i], 1});
-        if (complete && text.length() <= mostMessageBytes)
-            return 0;
-        if (text.length() > mostMessageBytes || deadline.isOver())
+String ReceivedMessage::refusal() const {
+    constexpr std::int32_t bytesPerKiB = 1024;
+    switch (outcome) {
+        case Outcome::TooLong:
+            return "it is longer than " + Str::toWString(mostMessageBytes / bytesPerKiB) + " KiB";
+        case Outcome::TooSlow:
+            return "it was not complete after " +
+                   Str::toWString(static_cast<std::int32_t>(longestMessage.count())) + " s";
+        case Outcome::Whole:
+        case Outcome::Unfinished:
             break;
     }
-    const char* const broken = text.length() > mostMessageBytes ? "it is longer than 64 KiB"
-                               : deadline.isOver()              ? "it was not complete after 5 s"
-                                                                : nullptr;
-    if (broken != nullptr)
+    return {};
+}
+
+namespace {
+
+using Outcome = ReceivedMessage::Outcome;
+
+/// Takes what has arrived, up to the zero; true when that was there. Nothing arrived: nothing.
+std::optional<bool> takeArrived(Connection& connection, String& text,
+                                std::chrono::milliseconds longest) {
+    std::array<char, 4096> arrived;
+    const std::size_t size = connection.peek(arrived.data(), arrived.size(), longest);
+    if (size == 0)
+        return std::nullopt;
+    const auto* zero = std::find(arrived.data(), arrived.data() + size, '\0');
+    const auto length = static_cast<std::size_t>(zero - arrived.data());
+    const bool complete = length < size;
+    connection.read(arrived.data(), complete ? length + 1 : length);
+    // Each byte is one character by itself, whatever its neighbours are.
+    for (std::size_t i = 0; i < length; ++i)
+        text.appendNarrow({&arrived[i], 1});
+    return complete;
+}
+
+Outcome receive(Connection& connection, String& text, int timeoutSeconds) {
+    MessageDeadline deadline(timeoutSeconds);
+    while (const auto complete = takeArrived(connection, text, deadline.left())) {
+        deadline.begin();
+        if (text.length() > mostMessageBytes)
+            return Outcome::TooLong;
+        if (*complete)
+            return Outcome::Whole;
+        if (deadline.isOver())
+            return Outcome::TooSlow;
+    }
+    return deadline.isOver() ? Outcome::TooSlow : Outcome::Unfinished;
+}
+
+}  // namespace
+
+ReceivedMessage readMessage(Connection& connection, int timeoutSeconds) {
+    connection.setTimeout(timeoutSeconds);
+    ReceivedMessage message;
+    message.outcome = receive(connection, message.text, timeoutSeconds);
+    if (message.isRefused())
         connection.close();
-    if (refusal != nullptr)
-        *refusal = broken;
-    return 1;
+    return message;
 }
 
 int writeMessage(Connection& connection, const String& text, int timeoutSeconds) {

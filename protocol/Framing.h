@@ -13,17 +13,34 @@ constexpr std::int32_t mostMessageBytes = 64 * 1024;
 /// every few seconds would otherwise hold the only master slot, or stall the relay, for ever.
 constexpr std::chrono::seconds longestMessage{5};
 
-/// On a stream a message is its 8-bit text and a zero byte. Both answer 0 for success and 1 for
-/// failure; the time-out is in seconds.
+/// On a stream a message is its 8-bit text and a zero byte; the time-outs are in seconds.
 
-/// Waits up to the time-out for each byte, and takes none behind the zero. What was read before a
-/// failure stays in `text`. When a limit was broken, `refusal` says which.
-int readMessage(Connection& connection, String& text, int timeoutSeconds,
-                const char** refusal = nullptr);
-/// The time-out is for the whole message.
-int writeMessage(Connection& connection, const String& text, int timeoutSeconds);
+/// What came of a message that was to be read.
+struct ReceivedMessage {
+    enum class Outcome {
+        Whole,
+        Unfinished,  ///< the time-out, the peer's end or an error came first
+        TooLong,     ///< beyond mostMessageBytes; the connection is closed
+        TooSlow      ///< not complete after longestMessage; the connection is closed
+    };
+
+    Outcome outcome = Outcome::Unfinished;
+    String text;  ///< without the zero; of a message that is not whole, what came of it
+
+    bool isWhole() const { return outcome == Outcome::Whole; }
+    /// Whether it broke a limit.
+    bool isRefused() const { return outcome == Outcome::TooLong || outcome == Outcome::TooSlow; }
+    /// Which limit it broke, for the log.
+    String refusal() const;
+};
+
+/// Waits up to the time-out for each byte, and takes none behind the zero.
+[[nodiscard]] ReceivedMessage readMessage(Connection& connection, int timeoutSeconds);
+
+/// Both answer 0 for success and 1 for failure. The time-out is for the whole message.
+[[nodiscard]] int writeMessage(Connection& connection, const String& text, int timeoutSeconds);
 /// The same under the connection's current time-out.
-int writeMessage(Connection& connection, const String& text);
+[[nodiscard]] int writeMessage(Connection& connection, const String& text);
 
 /// What a message's bytes are on the wire, in a datagram too: the zero included, as many as the
 /// wide text has characters and one more.

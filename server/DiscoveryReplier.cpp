@@ -8,8 +8,8 @@
 
 #include "OrvaneCore/Str.h"
 #include "protocol/DatagramSocket.h"
-#include "protocol/DrMessage.h"
 #include "protocol/Framing.h"
+#include "protocol/Messages.h"
 #include "protocol/Ports.h"
 #include "server/WorkerStack.h"
 
@@ -33,7 +33,12 @@ constexpr std::int32_t mostAnsweredLines = 200;
 
 const char* const pingLine = "Got discovery ping";
 const char* const replyLine = "Replying to discovery ping from ";
-const char* const noReplyLine = "Not replying to more than 500 discovery pings in 10 seconds from ";
+
+String noReplyLine() {
+    const auto seconds = static_cast<std::int32_t>(ReplyLimit::window.count());
+    return "Not replying to more than " + Str::toWString(ReplyLimit::mostReplies) +
+           " discovery pings in " + Str::toWString(seconds) + " seconds from ";
+}
 
 }  // namespace
 
@@ -53,7 +58,7 @@ class PingSocket {
     }
 
     void reply() {
-        const std::string bytes = wireBytes(buildMessage(Tag::discovery, "Reply", "ok"));
+        const std::string bytes = wireBytes(DiscoveryReply::text());
         for (int i = 0; i < replies; ++i)
             socket.reply(bytes.data(), bytes.size());
     }
@@ -63,12 +68,8 @@ class PingSocket {
 };
 
 bool isAnswered(const String& ping, const DrConfig& config) {
-    for (std::int32_t year = firstHostYear; year <= lastHostYear; ++year) {
-        if (!config.hostPath(year).isEmpty() &&
-            messageHas(ping, Tag::discovery, "Request", Str::toWString(year)))
-            return true;
-    }
-    return false;
+    const auto request = DiscoveryRequest::read(ping);
+    return request && !config.hostPath(request->year).isEmpty();
 }
 
 DiscoveryReplier::DiscoveryReplier(DrLog& target, const DrConfig& settings)
@@ -76,7 +77,7 @@ DiscoveryReplier::DiscoveryReplier(DrLog& target, const DrConfig& settings)
       config(settings),
       ignoredPings(target, pingLine),
       answeredPings(target, replyLine, mostAnsweredLines),
-      unansweredPings(target, noReplyLine) {
+      unansweredPings(target, noReplyLine()) {
     setup(workerStackBytes, "MY_DiscoveryReplier");
     run([](void* self) { static_cast<DiscoveryReplier*>(self)->serve(); }, this);
 }
@@ -123,7 +124,7 @@ void DiscoveryReplier::take(PingSocket& socket, const String& ping) {
     }
     const String sender = socket.senderAddress();
     if (!replyLimit.allows(toAnsi(sender))) {
-        unansweredPings.write(noReplyLine + sender);
+        unansweredPings.write(noReplyLine() + sender);
         return;
     }
     const bool logged = answeredPings.admit();

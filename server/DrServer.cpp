@@ -2,8 +2,8 @@
 
 #include "OrvaneCore/FileSystem.h"
 #include "protocol/Ports.h"
+#include "server/MasterLoop.h"
 #include "server/PortInUse.h"
-#include "server/RenderJob.h"
 #include "server/WorkerStack.h"
 
 namespace Orvane {
@@ -21,11 +21,6 @@ DrServer::DrServer(DrLog& target) : log(target) {
 
 DrServer::~DrServer() {
     requestStop();
-    serverThread.waitUntilParked();
-    discoveryReplier.reset();
-    loopbackListener.reset();
-    masterListener.reset();
-    maxInvoker.waitUntilParked();
 }
 
 void DrServer::makeDataFolder() {
@@ -50,18 +45,9 @@ void DrServer::bindMasterPort() {
 }
 
 void DrServer::serveMasters() {
-    MasterLoop loop(*masterListener, log, stopRequested,
-                    [this](Connection& master, const String& handshake) {
-                        return prepareRenderJob(master, handshake);
-                    });
-    loop.run();
+    const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup};
+    MasterLoop(*masterListener, services, stopRequested).run();
     log.requestClose();
-}
-
-MasterLoop::Job DrServer::prepareRenderJob(Connection& master, const String& handshake) {
-    const RenderNode node{log, config, maxInvoker, *loopbackListener, relayWakeup};
-    const auto job = std::make_shared<RenderJob>(node, master, handshake);
-    return {job->prepare(), [job] { job->run(); }};
 }
 
 void DrServer::requestStop() {

@@ -9,7 +9,6 @@
 #include "protocol/Listener.h"
 #include "server/DiscoveryReplier.h"
 #include "server/LoopbackListener.h"
-#include "server/MasterLoop.h"
 #include "server/RelayWakeup.h"
 
 namespace Orvane {
@@ -36,17 +35,17 @@ class DrServer {
     void makeDataFolder();
     void bindMasterPort();
     void serveMasters();
-    MasterLoop::Job prepareRenderJob(Connection& master, const String& handshake);
 
-    StandbyThread maxInvoker;
-    StandbyThread serverThread;
+    // Each is used by those behind it, and goes after them.
     DrLog& log;
-    std::unique_ptr<DiscoveryReplier> discoveryReplier;
-    std::unique_ptr<LoopbackListener> loopbackListener;
-    RelayWakeup relayWakeup;
-    std::unique_ptr<Listener> masterListener;
     std::atomic<bool> stopRequested = false;
     DrConfig config;
+    RelayWakeup relayWakeup;
+    StandbyThread maxInvoker;
+    std::unique_ptr<Listener> masterListener;
+    std::unique_ptr<LoopbackListener> loopbackListener;
+    std::unique_ptr<DiscoveryReplier> discoveryReplier;
+    StandbyThread serverThread;
 };
 
 }  // namespace Orvane

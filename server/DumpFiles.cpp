@@ -1,6 +1,5 @@
 #include "server/DumpFiles.h"
 
-#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -9,16 +8,40 @@
 
 namespace Orvane {
 
-String findDumpFile(const DrConfig& config, const std::vector<String>& passedOver) {
-    FileSystem::Listing listing(config.dataFolder, "dump");
-    while (const auto entry = listing.next()) {
-        if (!entry->isFile || !Str::endsWith(entry->name, u".exr"))
-            continue;
-        String path = config.dataFolder + "/" + entry->name;
-        if (std::find(passedOver.begin(), passedOver.end(), path) == passedOver.end())
-            return path;
+namespace {
+
+/// Looks through a folder for one image after the other.
+class DumpListing {
+  public:
+    explicit DumpListing(const DrConfig& config)
+        : folder(config.dataFolder), listing(folder, "dump") {}
+
+    /// A path; empty at the end.
+    String next() {
+        while (const auto entry = listing.next()) {
+            if (entry->isFile && Str::endsWith(entry->name, u".exr"))
+                return folder + "/" + entry->name;
+        }
+        return {};
     }
-    return {};
+
+  private:
+    const String& folder;
+    FileSystem::Listing listing;
+};
+
+}  // namespace
+
+std::vector<String> listDumpFiles(const DrConfig& config) {
+    std::vector<String> paths;
+    DumpListing listing(config);
+    for (String path = listing.next(); !path.isEmpty(); path = listing.next())
+        paths.push_back(path);
+    return paths;
+}
+
+String findDumpFile(const DrConfig& config) {
+    return DumpListing(config).next();
 }
 
 void removeDumpFile(const String& path, DrLog& log) {

@@ -9,8 +9,10 @@
 /// case-sensitively at the end. Used by the master thread.
 namespace Orvane {
 
-/// The first one in the folder's own order that is not passed over; empty when there is none.
-String findDumpFile(const DrConfig& config, const std::vector<String>& passedOver = {});
+/// The paths of all that are there now, in the folder's own order.
+std::vector<String> listDumpFiles(const DrConfig& config);
+/// The first of them; empty when there is none.
+String findDumpFile(const DrConfig& config);
 
 /// Deletes the file and returns when it is really gone, however long another program keeps it.
 void removeDumpFile(const String& path, DrLog& log);

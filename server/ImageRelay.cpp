@@ -1,6 +1,5 @@
 #include "server/ImageRelay.h"
 
-#include <algorithm>
 #include <optional>
 #include <thread>
 
@@ -8,9 +7,9 @@
 #include "OrvaneCore/FileSystem.h"
 #include "OrvaneCore/Stopwatch.h"
 #include "OrvaneCore/Timestamp.h"
-#include "protocol/DrMessage.h"
 #include "protocol/FileTransfer.h"
 #include "protocol/Framing.h"
+#include "protocol/Messages.h"
 #include "server/DumpFiles.h"
 
 namespace Orvane {
@@ -22,61 +21,80 @@ constexpr int announcementTimeoutSeconds = 10;
 }  // namespace
 
 void ImageRelay::relayDumps() {
-    passedOver.clear();
-    String path = findDumpFile(config);
-    while (!path.isEmpty() && relayDump(path))
-        path = findDumpFile(config, passedOver);
+    // What came meanwhile is in the next listing.
+    while (relayPass()) {
+    }
 }
 
 void ImageRelay::relayLastDumps() {
     constexpr int tries = 5;
     constexpr std::chrono::milliseconds pause{400};
-    for (int i = 0; i < tries && master.isAlive() && (i == 0 || !passedOver.empty()); ++i) {
+    for (int i = 0; i < tries && master.isAlive() && (i == 0 || !waiting.empty()); ++i) {
         if (i > 0)
             std::this_thread::sleep_for(pause);
         relayDumps();
     }
-    for (const String& path : passedOver)
-        log.log(String("Image not sent: ") + path);
+    for (const auto& [path, isKnown] : waiting)
+        log.log(String("Image not sent: ") + String(std::u16string_view(path)));
 }
 
-bool ImageRelay::relayDump(const String& path) {
-    const Stopwatch watch;
-    {
-        std::optional<InputFile> file;
-        try {
-            file.emplace(path);
-        } catch (const Exception& failure) {
-            passOver(path, failure.getMessage());
-            return true;
-        }
-        // A size that cannot be had shows as all ones.
-        const auto size = static_cast<std::uint64_t>(FileSystem::fileSize(path));
-        log.log(String("Started EXR dump (") + Str::getFormatted(size) +
-                " bytes, filename: " + path + ")");
-        if (!announce() || !send(*file))
+/// Sends what the folder holds now; true when that was something, and the master is still there.
+bool ImageRelay::relayPass() {
+    Waiting left;
+    bool anySent = false;
+    for (const String& path : listDumpFiles(config)) {
+        const Result result = relayDump(path);
+        if (result.outcome == Outcome::MasterLost)
             return false;
+        if (result.outcome == Outcome::LeftForLater)
+            leaveForLater(path, result.reason, left);
+        anySent = anySent || result.outcome == Outcome::Sent;
+    }
+    waiting = std::move(left);
+    return anySent;
+}
+
+ImageRelay::Result ImageRelay::relayDump(const String& path) {
+    const Stopwatch watch;
+    try {
+        // Closed before it is deleted.
+        InputFile file(path);
+        if (!announceAndSend(file))
+            return {Outcome::MasterLost, {}};
+    } catch (const Exception& failure) {
+        return {Outcome::LeftForLater, failure.getMessage()};
     }
     log.log(String("Finished EXR dump after ") + watch.secondsText() + " s");
     if (config.retainExr)
         retain(path);
     removeDumpFile(path, log);
-    return true;
+    return {Outcome::Sent, {}};
 }
 
-void ImageRelay::passOver(const String& path, const String& reason) {
-    passedOver.push_back(path);
-    // Most are images that the plug-in is still writing, which is nothing to talk about.
-    if (FileSystem::isBeingWritten(path) ||
-        std::find(complained.begin(), complained.end(), path) != complained.end())
+void ImageRelay::leaveForLater(const String& path, const String& reason, Waiting& left) const {
+    // The plug-in may have taken it back since it was listed.
+    if (!FileSystem::isRegularFile(path))
         return;
-    complained.push_back(path);
+    const std::u16string key(path.view());
+    const auto before = waiting.find(key);
+    bool& isKnown = left[key] = before != waiting.end() && before->second;
+    // Most are images that the plug-in is still writing, which is nothing to talk about.
+    if (isKnown || FileSystem::isBeingWritten(path))
+        return;
+    isKnown = true;
     log.log(String("Sending file to remote side failed: ") + reason);
 }
 
+bool ImageRelay::announceAndSend(InputFile& file) {
+    // A size that cannot be had shows as all ones.
+    const auto size = static_cast<std::uint64_t>(file.size());
+    log.log(String("Started EXR dump (") + Str::getFormatted(size) +
+            " bytes, filename: " + file.path() + ")");
+    return announce() && send(file);
+}
+
 bool ImageRelay::announce() {
-    const String announcement = buildMessage(Tag::command, Tag::commandChild, Tag::dumpExr);
-    const int result = writeMessage(master, announcement, announcementTimeoutSeconds);
+    const int result = writeMessage(master, DumpExr::text(), announcementTimeoutSeconds);
     if (result == 0)
         return true;
     log.log(String("File dump signal write failed: ") + Str::toWString(std::int32_t{result}));

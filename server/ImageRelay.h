@@ -1,12 +1,15 @@
 #pragma once
 
-#include <vector>
+#include <map>
+#include <string>
 
 #include "OrvaneCore/DrLog.h"
 #include "config/DrConfig.h"
 #include "protocol/Connection.h"
 
 namespace Orvane {
+
+class InputFile;
 
 /// Sends the plug-in's finished images to the master during one job. Used by the master thread.
 class ImageRelay {
@@ -24,17 +27,26 @@ class ImageRelay {
     void relayLastDumps();
 
   private:
-    bool relayDump(const String& path);
+    enum class Outcome { Sent, LeftForLater, MasterLost };
+    struct Result {
+        Outcome outcome;
+        String reason;  ///< of LeftForLater
+    };
+    /// Images that the last pass had to leave, by path: whether the log knows of the reason.
+    using Waiting = std::map<std::u16string, bool>;
+
+    bool relayPass();
+    Result relayDump(const String& path);
+    bool announceAndSend(InputFile& file);
     bool announce();
-    bool send(class InputFile& file);
+    bool send(InputFile& file);
     void retain(const String& path);
-    void passOver(const String& path, const String& reason);
+    void leaveForLater(const String& path, const String& reason, Waiting& left) const;
 
     Connection& master;
     const DrConfig& config;
     DrLog& log;
-    std::vector<String> passedOver;  // could not be opened in this call
-    std::vector<String> complained;  // of which the log knows
+    Waiting waiting;
 };
 
 }  // namespace Orvane

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "config/DrConfig.h"
-#include "protocol/DrMessage.h"
+#include "protocol/Messages.h"
 
 namespace Orvane {
 

@@ -28,7 +28,8 @@ void LineFold::tick() {
 void LineFold::summarise() {
     if (seen > written)
         log.log(String("Left out ") + Str::toWString(seen - written) + " more lines \"" + kindName +
-                "\" of the last 10 seconds");
+                "\" of the last " + Str::toWString(static_cast<std::int32_t>(window.count())) +
+                " seconds");
     seen = written = 0;
     characters = 0;
 }

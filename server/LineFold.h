@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <utility>
 
 #include "OrvaneCore/DrLog.h"
 
@@ -18,8 +19,8 @@ class LineFold {
     static constexpr std::int32_t mostCharacters = 32 * 1024;
 
     /// `kind` is how the summary names the lines, `most` how many a window has room for.
-    LineFold(DrLog& target, const char* kind, std::int32_t most = mostLines)
-        : log(target), kindName(kind), room(most) {}
+    LineFold(DrLog& target, String kind, std::int32_t most = mostLines)
+        : log(target), kindName(std::move(kind)), room(most) {}
     ~LineFold() { summarise(); }
     LineFold(const LineFold&) = delete;
     LineFold& operator=(const LineFold&) = delete;
@@ -36,7 +37,7 @@ class LineFold {
     using Clock = std::chrono::steady_clock;
 
     DrLog& log;
-    const char* kindName;
+    String kindName;
     std::int32_t room;
     Clock::time_point windowStart;
     std::int32_t seen = 0;  // in this window

@@ -15,14 +15,6 @@ constexpr int handshakeTimeoutSeconds = 20;
 constexpr int commandTimeoutSeconds = 10;
 constexpr std::chrono::seconds longestDrain{10};
 
-String jobHandshake(const DrConfig& config, const FrameInfo& frameInfo) {
-    DrMessage message(Tag::local);
-    message.append("HandshakeResponse", "ok");
-    message.append("DumpFilename", config.dataFolder);
-    message.writeFrameInfo(frameInfo);
-    return message.print();
-}
-
 }  // namespace
 
 LoopbackListener::LoopbackListener(DrLog& target)
@@ -37,7 +29,9 @@ void LoopbackListener::drainPendingConnections() {
     const auto deadline = std::chrono::steady_clock::now() + longestDrain;
     while (listener.accept() != nullptr) {
         if (std::chrono::steady_clock::now() >= deadline) {
-            log.log("Stopped closing stale local connections after 10 seconds: more keep coming");
+            log.log(String("Stopped closing stale local connections after ") +
+                    Str::toWString(static_cast<std::int32_t>(longestDrain.count())) +
+                    " seconds: more keep coming");
             return;
         }
     }
@@ -48,25 +42,26 @@ bool LoopbackListener::tryLocalHandshake(const DrConfig& config, const FrameInfo
     plugin = listener.accept();
     if (plugin == nullptr)
         return false;
-    writeMessage(*plugin, jobHandshake(config, frameInfo), handshakeTimeoutSeconds);
-    String answer;
-    const char* refusal = nullptr;
-    // An answer that only lacks its zero is as good as whole, unless it broke a limit.
-    readMessage(*plugin, answer, handshakeTimeoutSeconds, &refusal);
-    if (refusal == nullptr && messageHas(answer, Tag::local, "HandshakeInit", "init"))
+    const PluginJob job{config.dataFolder, frameInfo};
+    // Not looked at: who has not got it will not answer.
+    (void)writeMessage(*plugin, job.text(), handshakeTimeoutSeconds);
+    const ReceivedMessage answer = readMessage(*plugin, handshakeTimeoutSeconds);
+    // One that only lacks its zero is as good as whole, unless it broke a limit.
+    if (!answer.isRefused() && PluginAnswer::read(answer.text))
         return true;
     strangers.write(
         String("WARNING: A local application connected to DR server, but did not follow required "
                "protocol. This could some other application in this computer is using port TCP ") +
-        Str::toWString(loopbackPort) + ". Received response is: \"" + shownInLog(answer) + "\"");
+        Str::toWString(loopbackPort) + ". Received response is: \"" + shownInLog(answer.text) +
+        "\"");
     plugin.reset();
     return false;
 }
 
 void LoopbackListener::forwardEndRender() {
+    // Not looked at: a plug-in that has gone needs no telling.
     if (plugin != nullptr)
-        writeMessage(*plugin, buildMessage(Tag::command, Tag::commandChild, Tag::endRender),
-                     commandTimeoutSeconds);
+        (void)writeMessage(*plugin, EndRender::text(), commandTimeoutSeconds);
 }
 
 void LoopbackListener::closeLocalConnection() {

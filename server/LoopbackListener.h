@@ -4,8 +4,8 @@
 
 #include "OrvaneCore/DrLog.h"
 #include "config/DrConfig.h"
-#include "protocol/DrMessage.h"
 #include "protocol/Listener.h"
+#include "protocol/Messages.h"
 #include "server/LineFold.h"
 
 namespace Orvane {

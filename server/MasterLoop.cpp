@@ -1,10 +1,9 @@
 #include "server/MasterLoop.h"
 
-#include <utility>
-
 #include "OrvaneCore/Str.h"
-#include "protocol/DrMessage.h"
 #include "protocol/Framing.h"
+#include "server/JobPlan.h"
+#include "server/RenderJob.h"
 #include "server/StrangersText.h"
 
 namespace Orvane {
@@ -17,7 +16,7 @@ constexpr std::chrono::seconds longestDelivery{2};
 
 const char* const bogusLine = "Got bogus master connection: ";
 const char* const lostLine = "Error writing response";
-const char* const refusedLine = "Accepted remote connection from";
+const char* const acceptedLine = "Accepted remote connection from";
 const char* const readyLine = "Ready for new connection";
 // Masters with another host release try one node after the other; a flood is more than that.
 constexpr std::int32_t mostRefusedJobs = 100;
@@ -30,19 +29,19 @@ String onOneLine(String text) {
 
 }  // namespace
 
-MasterLoop::MasterLoop(Listener& masterListener, DrLog& target, const std::atomic<bool>& stopFlag,
-                       Preparation prepareJob)
+MasterLoop::MasterLoop(Listener& masterListener, const JobServices& jobServices,
+                       const std::atomic<bool>& stopFlag)
     : listener(masterListener),
-      log(target),
+      services(jobServices),
+      log(jobServices.log),
       stopRequested(stopFlag),
-      prepare(std::move(prepareJob)),
-      bogusConnections(target, bogusLine),
-      lostConnections(target, lostLine),
-      refusedJobs(target, refusedLine, mostRefusedJobs) {}
+      bogusConnections(log, bogusLine),
+      lostConnections(log, lostLine),
+      refusedJobs(log, acceptedLine, mostRefusedJobs) {}
 
 void MasterLoop::run() {
     while (!stopRequested) {
-        if (const auto master = listener.accept())
+        if (auto master = receiveMaster())
             serve(*master);
         bogusConnections.tick();
         lostConnections.tick();
@@ -50,48 +49,61 @@ void MasterLoop::run() {
     }
 }
 
-void MasterLoop::serve(Connection& master) {
-    String handshake;
-    if (readMessage(master, handshake, handshakeTimeoutSeconds) == 0 &&
-        messageHas(handshake, Tag::remote, "HandshakeInit", "init")) {
-        converse(master, handshake);
-        return;
-    }
-    const String shown = shownInLog(handshake);
+std::optional<MasterLoop::Master> MasterLoop::receiveMaster() {
+    auto connection = listener.accept();
+    if (connection == nullptr)
+        return std::nullopt;
+    const ReceivedMessage message = readMessage(*connection, handshakeTimeoutSeconds);
+    const auto handshake = message.isWhole() ? MasterHandshake::read(message.text) : std::nullopt;
+    if (handshake)
+        return Master{std::move(connection), message.text, handshake->job};
+    logBogus(message.text);
+    return std::nullopt;
+}
+
+void MasterLoop::logBogus(const String& received) {
+    const String shown = shownInLog(received);
     if (!bogusConnections.admit(shown.length()))
         return;
     log.log(bogusLine + shown);
     log.log(readyLine);
 }
 
-void MasterLoop::converse(Connection& master, const String& handshake) {
-    if (!answer(master)) {
-        if (lostConnections.admit()) {
-            log.log(lostLine);
-            log.log(readyLine);
-        }
+void MasterLoop::serve(Master& master) {
+    if (!answer(master))
         return;
-    }
-    const Job job = prepare(master, handshake);
-    const String shown = shownInLog(onOneLine(handshake));
-    const bool refused = !job.refusal.isEmpty();
-    const bool logged = !refused || refusedJobs.admit(shown.length());
-    if (logged) {
-        log.log(String("Accepted remote connection from ") + master.peerAddress());
-        log.log(String("Handshake: ") + shown);
-    }
-    if (!refused)
-        job.run();
-    else if (logged)
-        log.log(job.refusal);
-    if (logged)
-        log.log(readyLine);
+    perform(planJob(master.request, services.config), master);
     // With unread input a bare close would reset the connection, and the last image with it.
-    master.closeAfterDelivery(longestDelivery);
+    master.connection->closeAfterDelivery(longestDelivery);
 }
 
-bool MasterLoop::answer(Connection& master) {
-    return writeMessage(master, buildMessage(Tag::remote, "HandshakeResponse", "ok")) == 0;
+bool MasterLoop::answer(Master& master) {
+    if (writeMessage(*master.connection, MasterWelcome::text()) == 0)
+        return true;
+    if (lostConnections.admit()) {
+        log.log(lostLine);
+        log.log(readyLine);
+    }
+    return false;
+}
+
+void MasterLoop::perform(const JobPlan& plan, Master& master) {
+    const bool logged = logAccepted(plan, master);
+    if (!plan.isRefused())
+        RenderJob(services, *master.connection, plan).run();
+    else if (logged)
+        log.log(plan.refusal);
+    if (logged)
+        log.log(readyLine);
+}
+
+bool MasterLoop::logAccepted(const JobPlan& plan, const Master& master) {
+    const String shown = shownInLog(onOneLine(master.handshake));
+    if (plan.isRefused() && !refusedJobs.admit(shown.length()))
+        return false;
+    log.log(String(acceptedLine) + " " + master.connection->peerAddress());
+    log.log(String("Handshake: ") + shown);
+    return true;
 }
 
 }  // namespace Orvane

@@ -1,42 +1,46 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
+#include <optional>
 
-#include "OrvaneCore/DrLog.h"
 #include "protocol/Listener.h"
+#include "protocol/Messages.h"
+#include "server/JobServices.h"
 #include "server/LineFold.h"
 
 namespace Orvane {
 
+struct JobPlan;
+
 /// Serves masters, strictly one at a time, on the thread that calls run().
 class MasterLoop {
   public:
-    /// What is to be done for a master.
-    struct Job {
-        String refusal;             ///< the log's line if the job is not to be done; empty if it is
-        std::function<void()> run;  ///< runs the job to its end
-    };
-    /// Looks at the handshake's text, as received from a master that has shaken hands. The job is
-    /// run or dropped while the connection exists.
-    using Preparation = std::function<Job(Connection& master, const String& handshake)>;
-
-    /// All references must outlive the loop.
-    MasterLoop(Listener& masterListener, DrLog& target, const std::atomic<bool>& stopFlag,
-               Preparation prepareJob);
+    /// All must outlive the loop.
+    MasterLoop(Listener& masterListener, const JobServices& jobServices,
+               const std::atomic<bool>& stopFlag);
 
     /// Returns when the stop flag is seen, which is looked at between masters.
     void run();
 
   private:
-    void serve(Connection& master);
-    void converse(Connection& master, const String& handshake);
-    bool answer(Connection& master);
+    /// One that has shaken hands and is not answered yet.
+    struct Master {
+        std::unique_ptr<Connection> connection;
+        String handshake;  ///< as received, for the log
+        FrameInfo request;
+    };
+
+    std::optional<Master> receiveMaster();
+    void logBogus(const String& received);
+    void serve(Master& master);
+    bool answer(Master& master);
+    void perform(const JobPlan& plan, Master& master);
+    bool logAccepted(const JobPlan& plan, const Master& master);
 
     Listener& listener;
+    const JobServices& services;
     DrLog& log;
     const std::atomic<bool>& stopRequested;
-    Preparation prepare;
     LineFold bogusConnections;
     LineFold lostConnections;
     LineFold refusedJobs;

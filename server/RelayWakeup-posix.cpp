@@ -1,10 +1,10 @@
+#include "server/RelayWakeup.h"
+
 #include <poll.h>
 #include <sys/inotify.h>
 #include <unistd.h>
 
 #include <array>
-
-#include "server/RelayWakeup.h"
 
 namespace Orvane {
 

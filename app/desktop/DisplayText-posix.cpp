@@ -1,6 +1,7 @@
+#include "app/desktop/DisplayText.h"
+
 #include <string>
 
-#include "app/desktop/DisplayText.h"
 #include "protocol/ToolkitText.h"
 
 namespace Orvane {

@@ -1,7 +1,8 @@
+#include "app/desktop/FolderOpener.h"
+
 #include <string>
 
 #include "OrvaneCore/CommandInterpreter.h"
-#include "app/desktop/FolderOpener.h"
 
 namespace Orvane {
 

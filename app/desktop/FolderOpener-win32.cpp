@@ -1,8 +1,8 @@
+#include "app/desktop/FolderOpener.h"
+
 #include <windows.h>
 
 #include <shellapi.h>
-
-#include "app/desktop/FolderOpener.h"
 
 namespace Orvane {
 

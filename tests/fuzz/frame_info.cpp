@@ -1,5 +1,5 @@
 #include "input.h"
-#include "protocol/DrMessage.h"
+#include "protocol/Messages.h"
 #include "server/LaunchCommand.h"
 
 using namespace Orvane;
@@ -7,7 +7,7 @@ using namespace Orvane;
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FrameInfo info;
     try {
-        if (!DrMessage::parse(toWide(bytesOf(data, size))).readFrameInfo(info))
+        if (!readFrameInfo(DrMessage::parse(toWide(bytesOf(data, size))), info))
             mustHold(info.hostVersion.isEmpty() && info.frameName.isEmpty());
     } catch (const MalformedMessage&) {
     }

@@ -6,8 +6,9 @@ using namespace Orvane;
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string_view rest = bytesOf(data, size);
     const auto connection = streamOf(rest);
-    String text;
-    while (readMessage(*connection, text, 5) == 0) {
+    ReceivedMessage message;
+    const String& text = message.text;
+    while ((message = readMessage(*connection, 5)).isWhole()) {
         const std::size_t zero = rest.find('\0');
         mustHold(toAnsi(text) == rest.substr(0, zero) && text.length() <= mostMessageBytes);
         mustHold(wireBytes(text) == rest.substr(0, zero + 1));

@@ -1,4 +1,4 @@
-#include "protocol/DrMessage.h"
+#include "protocol/Messages.h"
 
 #include "input.h"
 
@@ -6,7 +6,8 @@ using namespace Orvane;
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const String text = toWide(bytesOf(data, size));
-    messageHas(text, Tag::remote, "HandshakeInit", "init");
+    MasterHandshake::read(text);
+    DiscoveryRequest::read(text);
     messageHas(text, "", "", "");
     try {
         toAnsi(DrMessage::parse(text).print());

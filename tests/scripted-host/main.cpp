@@ -108,11 +108,11 @@ class Host {
             fail("cannot connect");
     }
     void hear(const std::string&) {
-        String text;
-        if (readMessage(*server, text, patienceSeconds) != 0)
+        const ReceivedMessage message = readMessage(*server, patienceSeconds);
+        if (!message.isWhole())
             fail("heard no whole message");
         std::ofstream(folder + "heard.bin", std::ios::binary | std::ios::app)
-            << toAnsi(text) << '\0' << std::flush;
+            << toAnsi(message.text) << '\0' << std::flush;
     }
     void say(const std::string& text) {
         if (writeMessage(*server, text, patienceSeconds) != 0)

@@ -21,16 +21,14 @@ PluginLink::PluginLink()
 }
 
 void PluginLink::shakeHands() {
-    String greeting;
     // The server speaks first here.
-    if (readMessage(*connection, greeting, timeoutSeconds) != 0 ||
-        !messageHas(greeting, Tag::local, "HandshakeResponse", "ok"))
+    const ReceivedMessage greeting = readMessage(*connection, timeoutSeconds);
+    const auto told = greeting.isWhole() ? PluginJob::read(greeting.text) : std::nullopt;
+    if (!told)
         throw std::runtime_error("the DR server does not greet");
-    const DrMessage message = DrMessage::parse(greeting);
-    folder = message.value("DumpFilename");
-    message.readFrameInfo(info);
-    const String answer = buildMessage(Tag::local, "HandshakeInit", "init");
-    if (writeMessage(*connection, answer, timeoutSeconds) != 0)
+    folder = told->dumpFolder;
+    info = told->job;
+    if (writeMessage(*connection, PluginAnswer::text(), timeoutSeconds) != 0)
         throw std::runtime_error("the DR server closed the connection");
 }
 
@@ -38,9 +36,8 @@ bool PluginLink::isEnded(std::chrono::milliseconds longest) {
     char first = 0;
     if (connection->peek(&first, 1, longest) == 0)
         return !connection->isAlive();
-    String text;
-    return readMessage(*connection, text, timeoutSeconds) != 0 ||
-           messageHas(text, Tag::command, Tag::commandChild, Tag::endRender);
+    const ReceivedMessage message = readMessage(*connection, timeoutSeconds);
+    return !message.isWhole() || EndRender::read(message.text);
 }
 
 }  // namespace Orvane

@@ -5,7 +5,7 @@
 
 #include "OrvaneCore/String.h"
 #include "protocol/Connection.h"
-#include "protocol/DrMessage.h"
+#include "protocol/Messages.h"
 
 namespace Orvane {
 

@@ -9,6 +9,7 @@
 #include "JobGoal.h"
 #include "JobSession.h"
 #include "NativePath.h"
+#include "OrvaneCore/HostReleases.h"
 #include "OrvaneCore/RandomSource.h"
 #include "SceneFile.h"
 #include "protocol/Ports.h"
@@ -150,13 +151,13 @@ class Check {
     int versionOfJob() const {
         if (options.hostVersion)
             return *options.hostVersion;
-        return hosts.empty() ? firstHostVersion : hosts.begin()->first;
+        return hosts.empty() ? firstHostYear : hosts.begin()->first;
     }
 
     void checkJob(Finding& finding) const {
         const auto scene = openScene(options.scene);
         const TemporaryFolder folder;
-        const FrameInfo job{hostVersionText(versionOfJob()), {}, "0"};
+        const FrameInfo job{sceneReleaseText(versionOfJob()), {}, "0"};
         JobSession session(connectToServer(address), job, handshakePatience);
         ProgressBar progress("Scene");
         session.sendScene(*scene, progress);

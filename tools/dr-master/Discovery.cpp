@@ -5,9 +5,9 @@
 #include <array>
 #include <thread>
 
-#include "OrvaneCore/Str.h"
-#include "protocol/DrMessage.h"
+#include "OrvaneCore/HostReleases.h"
 #include "protocol/Framing.h"
+#include "protocol/Messages.h"
 #include "protocol/Ports.h"
 #include "protocol/ToolkitText.h"
 
@@ -26,7 +26,7 @@ Discovery::Discovery(const String& target, int hostVersion)
     : socket(0), sent(std::chrono::steady_clock::now()) {
     if (!socket.isOk())
         throw Failure(ExitStatus::Unexpected, "No UDP socket can be made");
-    const String ping = buildMessage(Tag::discovery, "Request", Str::toWString(hostVersion));
+    const String ping = DiscoveryRequest{hostVersion}.text();
     const std::string bytes = wireBytes(ping);
     if (!socket.sendTo(target, discoveryPort, bytes.data(), bytes.size()))
         throw Failure(ExitStatus::Unreachable, "The name '" + toAnsi(target) + "' is not known",
@@ -39,8 +39,7 @@ milliseconds Discovery::elapsed() const {
 
 bool Discovery::receive() {
     std::array<char, 256> text{};
-    return socket.receive(text.data(), text.size() - 1) &&
-           messageHas(text.data(), Tag::discovery, "Reply", "ok");
+    return socket.receive(text.data(), text.size() - 1) && DiscoveryReply::read(text.data());
 }
 
 std::optional<Discovery::Answer> Discovery::next(milliseconds window) {
@@ -73,7 +72,7 @@ Failure nobodyAnswers(const String& target, std::optional<int> hostVersion) {
 std::map<std::string, HostVersions> surveyHostVersions(const String& target,
                                                        milliseconds windowEach) {
     std::map<std::string, HostVersions> nodes;
-    for (int version = firstHostVersion; version <= lastHostVersion; ++version) {
+    for (int version = firstHostYear; version <= lastHostYear; ++version) {
         Discovery search(target, version);
         while (const auto answer = search.next(windowEach))
             nodes[toAnsi(answer->address)][version] = answer->delay;

@@ -13,8 +13,6 @@
 namespace Orvane {
 
 constexpr const char* broadcastAddress = "255.255.255.255";
-constexpr int firstHostVersion = 2011;
-constexpr int lastHostVersion = 2016;
 
 /// A name's dotted address; nothing when it does not resolve.
 std::optional<String> resolve(const String& host);

@@ -14,23 +14,12 @@ namespace {
 constexpr int connectTimeoutSeconds = 5;
 constexpr int messageTimeoutSeconds = 10;
 
-String handshakeText(const FrameInfo& job) {
-    DrMessage handshake(Tag::remote);
-    handshake.append("HandshakeInit", "init");
-    handshake.writeFrameInfo(job);
-    return handshake.print();
-}
-
 Failure busy() {
     return {ExitStatus::Busy, "The server accepts the connection but does not answer: it is busy",
             "It serves another master until that job and its host have ended. Try again later."};
 }
 
 }  // namespace
-
-String hostVersionText(int hostVersion) {
-    return String("max") + Str::toWString(hostVersion);
-}
 
 std::unique_ptr<Connection> connectToServer(const String& server) {
     auto connection = Connection::connect(server, masterPort, connectTimeoutSeconds);
@@ -52,13 +41,13 @@ void JobSession::shakeHands(const FrameInfo& job, std::chrono::milliseconds pati
     // A busy server finds this handshake in its queue even when this master has given up. Only a
     // reset keeps it from starting a host for nobody.
     NativeSocket::resetOnClose(connection->handle(), true);
-    writeMessage(*connection, handshakeText(job), messageTimeoutSeconds);
+    // A server that has gone is found out by the answer that does not come.
+    (void)writeMessage(*connection, MasterHandshake{job}.text(), messageTimeoutSeconds);
     char first = 0;
     if (connection->peek(&first, 1, patience) == 0 && connection->isAlive())
         throw busy();
-    String answer;
-    if (readMessage(*connection, answer, messageTimeoutSeconds) != 0 ||
-        !messageHas(answer, Tag::remote, "HandshakeResponse", "ok"))
+    const ReceivedMessage answer = readMessage(*connection, messageTimeoutSeconds);
+    if (!answer.isWhole() || !MasterWelcome::read(answer.text))
         throw Failure(
             ExitStatus::Refused, "The server refused the handshake",
             "The log of the DR server says why, if it is a DR server that listens there.");
@@ -86,11 +75,10 @@ JobSession::Event JobSession::wait(std::chrono::milliseconds longest) {
             return Event::Nothing;
         return connection->isBroken() ? Event::Lost : Event::Closed;
     }
-    String text;
-    if (readMessage(*connection, text, messageTimeoutSeconds) != 0)
+    const ReceivedMessage message = readMessage(*connection, messageTimeoutSeconds);
+    if (!message.isWhole())
         return Event::Lost;
-    return messageHas(text, Tag::command, Tag::commandChild, Tag::dumpExr) ? Event::Image
-                                                                           : Event::Nothing;
+    return DumpExr::read(message.text) ? Event::Image : Event::Nothing;
 }
 
 void JobSession::receiveImage(const String& path, ProgressBar& progress) {
@@ -111,8 +99,7 @@ void JobSession::receiveImage(const String& path, ProgressBar& progress) {
 
 void JobSession::endRender() {
     // A server that has just closed is found out by the next wait().
-    writeMessage(*connection, buildMessage(Tag::command, Tag::commandChild, Tag::endRender),
-                 messageTimeoutSeconds);
+    (void)writeMessage(*connection, EndRender::text(), messageTimeoutSeconds);
 }
 
 }  // namespace Orvane

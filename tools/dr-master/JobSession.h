@@ -6,13 +6,10 @@
 #include "OrvaneCore/String.h"
 #include "ProgressBar.h"
 #include "protocol/Connection.h"
-#include "protocol/DrMessage.h"
 #include "protocol/FileTransfer.h"
+#include "protocol/Messages.h"
 
 namespace Orvane {
-
-/// What a job says of the host release that made its scene: three letters and the year.
-String hostVersionText(int hostVersion);
 
 /// To the master port. Throws Failure (Unreachable).
 std::unique_ptr<Connection> connectToServer(const String& server);

@@ -7,6 +7,7 @@
 #include "JobSession.h"
 #include "NativePath.h"
 #include "OrvaneCore/Exception.h"
+#include "OrvaneCore/HostReleases.h"
 #include "SceneFile.h"
 
 namespace Orvane {
@@ -64,7 +65,7 @@ void renderScene(const RenderOptions& options) {
     std::printf("Connecting to %s\n", toAnsi(server).c_str());
     std::fflush(stdout);
     JobSession session(connectToServer(server),
-                       {hostVersionText(options.hostVersion), options.camera, options.frame},
+                       {sceneReleaseText(options.hostVersion), options.camera, options.frame},
                        milliseconds(options.patience));
     ProgressBar progress("Scene");
     session.sendScene(*scene, progress);

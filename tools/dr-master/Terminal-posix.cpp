@@ -1,6 +1,6 @@
-#include <unistd.h>
-
 #include "Terminal.h"
+
+#include <unistd.h>
 
 namespace Orvane::Terminal {
 

@@ -1,7 +1,7 @@
+#include "Terminal.h"
+
 #include <io.h>
 #include <windows.h>
-
-#include "Terminal.h"
 
 namespace Orvane::Terminal {
 

@@ -1,11 +1,11 @@
+#include "OrvaneCore/misc/multithreading/NativeThread.h"
+
 #include <pthread.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <system_error>
-
-#include "OrvaneCore/misc/multithreading/NativeThread.h"
 
 namespace Orvane {
 

@@ -1,10 +1,10 @@
+#include "OrvaneCore/misc/multithreading/NativeThread.h"
+
 #include <process.h>
 #include <windows.h>
 
 #include <cerrno>
 #include <system_error>
-
-#include "OrvaneCore/misc/multithreading/NativeThread.h"
 
 namespace Orvane {
 

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "OrvaneCore/DrLog.h"
+#include "OrvaneCore/misc/multithreading/StandbyThread.h"
+#include "config/DrConfig.h"
+#include "server/LoopbackListener.h"
+#include "server/RelayWakeup.h"
+
+namespace Orvane {
+
+/// What jobs use of the server. All outlive every job.
+struct JobServices {
+    DrLog& log;
+    const DrConfig& config;
+    StandbyThread& maxInvoker;
+    LoopbackListener& loopback;
+    RelayWakeup& wakeup;
+};
+
+}  // namespace Orvane
