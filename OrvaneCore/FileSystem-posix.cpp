@@ -99,6 +99,10 @@ String portableName(const String& folder) {
     return folder;
 }
 
+bool enterFolder(const String& path) {
+    return chdir(toAnsi(path).c_str()) == 0;
+}
+
 /// Reads entries by small portions first: the relay lists a folder of a thousand images a thousand
 /// times and takes the first each time, where readdir would fetch them all.
 struct Listing::Native {

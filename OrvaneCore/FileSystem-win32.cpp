@@ -151,6 +151,11 @@ String portableName(const String& path) {
     return !name.isEmpty() && toWide(toAnsi(name)) == name ? name : path;
 }
 
+bool enterFolder(const String& path) {
+    // The one call that knows no other form of a long path.
+    return SetCurrentDirectoryW(reinterpret_cast<const wchar_t*>(path.terminated())) != 0;
+}
+
 struct Listing::Native {
     HANDLE search = INVALID_HANDLE_VALUE;
     WIN32_FIND_DATAW found{};

@@ -39,6 +39,8 @@ String workingDirectory();
 /// Another name of an existing folder that its 8-bit form stands for, such as Windows' short one;
 /// the path itself when it is such a name already, or when there is none.
 String portableName(const String& folder);
+/// Makes a folder the process's current one. Before other threads are started.
+bool enterFolder(const String& path);
 
 /// The entries of a folder whose names begin with a prefix, in the platform's order.
 class Listing {

@@ -1,5 +1,6 @@
 #include "app/desktop/DrApp.h"
 
+#include <wx/cmdline.h>
 #include <wx/imagpng.h>
 #include <wx/log.h>
 #include <wx/socket.h>
@@ -14,7 +15,6 @@ namespace Orvane {
 bool DrApp::OnInit() {
     // What the toolkit has to say is for whoever reads the terminal; its own choice are boxes.
     delete wxLog::SetActiveTarget(new wxLogStderr);
-    // The program has no command line, so nothing on it is a reason not to start.
     wxApp::OnInit();
     wxSocketBase::Initialize();
     wxImage::AddHandler(new wxPNGHandler);
@@ -27,6 +27,11 @@ bool DrApp::OnInit() {
 int DrApp::OnRun() {
     const int status = wxApp::OnRun();
     return DrWindow::hasFailed() ? EXIT_FAILURE : status;
+}
+
+void DrApp::OnInitCmdLine(wxCmdLineParser& parser) {
+    // The program has read its command line before; nothing on it is the toolkit's.
+    parser.SetCmdLine(wxString());
 }
 
 void DrApp::watchForTheEnd() {

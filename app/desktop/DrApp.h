@@ -14,6 +14,7 @@ namespace Orvane {
 class DrApp : public wxApp {
   public:
     bool OnInit() override;
+    void OnInitCmdLine(wxCmdLineParser& parser) override;
     /// Status 1 when the server ended by itself.
     int OnRun() override;
 

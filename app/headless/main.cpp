@@ -2,6 +2,8 @@
 #include <thread>
 
 #include "OrvaneCore/Exception.h"
+#include "app/CommandLine.h"
+#include "app/Console.h"
 #include "app/StopSignal.h"
 #include "protocol/SocketLibrary.h"
 #include "server/Startup.h"
@@ -62,7 +64,9 @@ class HeadlessProgram {
 
 }  // namespace
 
-int main() {
+int main(int count, char** values) {
+    if (const auto status = obeyCommandLine("dr-server-headless", typedArguments(count, values)))
+        return *status;
     const SocketLibrary sockets;
     return HeadlessProgram().run();
 }
