@@ -8,7 +8,8 @@
 #include "OrvaneCore/String.h"
 
 /// Files and folders by wide path, on Windows of any length and with any letters. On Linux a path
-/// travels in its 8-bit form, which every path on disk survives. Nothing here throws but for lack of memory. All may be called from any thread.
+/// travels in its 8-bit form, which every path on disk survives. Nothing here throws but for lack
+/// of memory. All may be called from any thread.
 namespace Orvane::FileSystem {
 
 /// What others may do with a file while it is open. Enforced on Windows only.

@@ -39,9 +39,9 @@ bool writeTo(HANDLE stream, const String& text) {
 bool writeToConsoleOfParent(const String& text) {
     if (AttachConsole(ATTACH_PARENT_PROCESS) == 0)
         return false;
-    const HANDLE console = CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE,
-                                       FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                                       0, nullptr);
+    const HANDLE console =
+        CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                    nullptr, OPEN_EXISTING, 0, nullptr);
     if (console == INVALID_HANDLE_VALUE)
         return false;
     // The interpreter does not wait for a window program and has written its prompt.
@@ -57,8 +57,7 @@ std::vector<String> typedArguments(int /*count*/, const char* const* /*values*/)
     wchar_t** const values = CommandLineToArgvW(GetCommandLineW(), &count);
     std::vector<String> arguments;
     for (int i = 1; i < count; ++i)
-        arguments.emplace_back(
-            std::u16string_view(reinterpret_cast<const char16_t*>(values[i])));
+        arguments.emplace_back(std::u16string_view(reinterpret_cast<const char16_t*>(values[i])));
     LocalFree(values);
     return arguments;
 }

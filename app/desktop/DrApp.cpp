@@ -9,6 +9,7 @@
 
 #include "app/desktop/DisplayLoss.h"
 #include "app/desktop/DrWindow.h"
+#include "app/desktop/RunningInstance.h"
 
 namespace Orvane {
 
@@ -37,7 +38,10 @@ void DrApp::OnInitCmdLine(wxCmdLineParser& parser) {
 void DrApp::watchForTheEnd() {
     constexpr int stopPollMs = 250;
     stopTimer = std::make_unique<wxTimer>();
-    stopTimer->Bind(wxEVT_TIMER, [this](wxTimerEvent&) { pollStopSignal(); });
+    stopTimer->Bind(wxEVT_TIMER, [this](wxTimerEvent&) {
+        pollStopSignal();
+        pollOtherInstances();
+    });
     stopTimer->Start(stopPollMs);
     // Another program may still object to the end of the session; only then is it time to close.
     Bind(wxEVT_QUERY_END_SESSION, [](wxCloseEvent&) {});
@@ -57,6 +61,12 @@ void DrApp::pollStopSignal() {
         std::_Exit(EXIT_FAILURE);
     if (GetTopWindow() != nullptr)
         GetTopWindow()->Close(true);
+}
+
+void DrApp::pollOtherInstances() {
+    auto* const window = dynamic_cast<DrWindow*>(GetTopWindow());
+    if (RunningInstance::isWindowWanted() && window != nullptr)
+        window->restoreFromTray();
 }
 
 }  // namespace Orvane

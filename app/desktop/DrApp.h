@@ -21,6 +21,7 @@ class DrApp : public wxApp {
   private:
     void watchForTheEnd();
     void pollStopSignal();
+    void pollOtherInstances();
 
     StopSignal stopSignal;  // before the toolkit starts threads
     MessageBoxes messageBoxes;

@@ -4,6 +4,7 @@
 #include "OrvaneCore/Exception.h"
 #include "app/CommandLine.h"
 #include "app/Console.h"
+#include "app/Service.h"
 #include "app/StopSignal.h"
 #include "protocol/SocketLibrary.h"
 #include "server/Startup.h"
@@ -62,11 +63,16 @@ class HeadlessProgram {
     bool endedByItself = false;
 };
 
+int serve() {
+    const SocketLibrary sockets;
+    return HeadlessProgram().run();
+}
+
 }  // namespace
 
 int main(int count, char** values) {
-    if (const auto status = obeyCommandLine("dr-server-headless", typedArguments(count, values)))
+    if (const auto status =
+            obeyCommandLine("dr-server-headless", headlessOptions(), typedArguments(count, values)))
         return *status;
-    const SocketLibrary sockets;
-    return HeadlessProgram().run();
+    return runServer(serve);
 }
