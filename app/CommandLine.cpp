@@ -31,7 +31,7 @@ constexpr std::array common = {
 std::vector<Option> options;
 
 String usage(const String& program) {
-    constexpr std::int32_t column = 20;
+    constexpr std::int32_t column = 22;
     String text = "Usage: " + program + " [OPTION...]\n\n";
     text += "Lends this computer's 3ds Max to render masters until it is told to stop.\n\n";
     for (const Option& option : options) {

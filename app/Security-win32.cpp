@@ -8,19 +8,6 @@
 
 namespace Orvane {
 
-namespace {
-
-std::wstring textOf(PSID sid) {
-    wchar_t* text = nullptr;
-    if (ConvertSidToStringSidW(sid, &text) == 0)
-        return {};
-    std::wstring result = text;
-    LocalFree(text);
-    return result;
-}
-
-}  // namespace
-
 SecurityDescriptor::SecurityDescriptor(const std::wstring& text) {
     ConvertStringSecurityDescriptorToSecurityDescriptorW(text.c_str(), SDDL_REVISION_1, &descriptor,
                                                          nullptr);
@@ -31,6 +18,15 @@ SecurityDescriptor::~SecurityDescriptor() {
     LocalFree(descriptor);
 }
 
+std::wstring sidText(PSID sid) {
+    wchar_t* text = nullptr;
+    if (ConvertSidToStringSidW(sid, &text) == 0)
+        return {};
+    std::wstring result = text;
+    LocalFree(text);
+    return result;
+}
+
 std::wstring ownSid() {
     HANDLE token = nullptr;
     alignas(TOKEN_USER) std::array<char, sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE> user{};
@@ -39,7 +35,7 @@ std::wstring ownSid() {
     if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token) != 0 &&
         GetTokenInformation(token, TokenUser, user.data(), static_cast<DWORD>(user.size()),
                             &used) != 0)
-        sid = textOf(reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid);
+        sid = sidText(reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid);
     if (token != nullptr)
         CloseHandle(token);
     return sid.empty() ? L"S-1-5-18" : sid;
@@ -63,7 +59,7 @@ std::wstring sidOf(const std::wstring& account) {
     if (LookupAccountNameW(nullptr, name.c_str(), sid.data(), &sidSize, domain.data(), &domainSize,
                            &use) == 0)
         return {};
-    return textOf(sid.data());
+    return sidText(sid.data());
 }
 
 }  // namespace Orvane

@@ -24,7 +24,9 @@ class SecurityDescriptor {
     SECURITY_ATTRIBUTES forObjects{};
 };
 
-/// The user of this process as text (S-1-...); that of the system should it not be known.
+/// The text form (S-1-...); empty for lack of memory.
+std::wstring sidText(PSID sid);
+/// The user of this process; that of the system should it not be known.
 std::wstring ownSid();
 /// An account as text: by the names that the service manager knows in every language, or by
 /// DOMAIN\name, .\name or name. Empty when there is no such account.

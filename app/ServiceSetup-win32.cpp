@@ -98,9 +98,10 @@ std::wstring programPath() {
     return path;
 }
 
+/// Or this user's, who would not have come this far without being one.
 bool isAdministrators(PSID owner) {
     return IsWellKnownSid(owner, WinBuiltinAdministratorsSid) != 0 ||
-           IsWellKnownSid(owner, WinLocalSystemSid) != 0;
+           IsWellKnownSid(owner, WinLocalSystemSid) != 0 || sidText(owner) == ownSid();
 }
 
 /// Every user may make folders where this one is: somebody else's would hold a configuration that
