@@ -33,6 +33,8 @@ double seconds(Clock::duration span) {
 
 class BurstWindow : public DrWindow {
   public:
+    using DrWindow::DrWindow;
+
     void logAsWorker(int number) {
         for (int line = 0; line < linesPerWorker; ++line)
             log.log(String("Worker ") + Str::toWString(std::int32_t{number}) +
@@ -47,7 +49,7 @@ class BurstApp : public wxApp {
         Bench::silenceStandardOutput();
         wxSocketBase::Initialize();
         wxImage::AddHandler(new wxPNGHandler);
-        window = new BurstWindow;
+        window = new BurstWindow(serverFailed);
         timer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { takeTurn(); });
         timer.Start(turnPeriodMs);
         return true;
@@ -93,6 +95,7 @@ class BurstApp : public wxApp {
 
     wxTimer timer;
     BurstWindow* window = nullptr;
+    bool serverFailed = false;
     std::vector<std::thread> workers;
     Clock::time_point started = Clock::now();
     Clock::time_point lastTurn = started;

@@ -18,6 +18,7 @@
 #include "bench/Figures.h"
 #include "bench/Node.h"
 #include "protocol/Ports.h"
+#include "protocol/Timeouts.h"
 
 using namespace Bench;
 
@@ -109,8 +110,8 @@ void pollOnly(const Descriptor& /*unused*/) {
         for (;;)
             std::this_thread::sleep_for(period);
     };
-    std::thread discovery(every, std::chrono::milliseconds(333));
-    std::thread accept(every, std::chrono::seconds(2));
+    std::thread discovery(every, Orvane::Timeouts::discoveryPoll);
+    std::thread accept(every, std::chrono::seconds(Orvane::Timeouts::masterAcceptSeconds));
     every(std::chrono::milliseconds(500));
 }
 

@@ -5,6 +5,7 @@
 
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/FileSystem.h"
+#include "protocol/Timeouts.h"
 
 namespace Orvane {
 
@@ -95,7 +96,7 @@ int sendFile(Connection& connection, InputFile& file, TransferProgress progress,
     const std::int64_t size = file.size();
     if (size < 0 || !connection.isAlive())
         return 1;
-    connection.setTimeout(fileSendTimeoutSeconds);
+    connection.setTimeout(Timeouts::fileSendSeconds);
     connection.write(&size, sizeof(size));
     if (progress != nullptr)
         progress(argument, 0, size);
@@ -139,7 +140,7 @@ int receiveFile(Connection& connection, const String& path, TransferProgress pro
         return 1;
     OutputFile file(path);
     std::int64_t size = -1;
-    connection.setTimeout(fileReceiveTimeoutSeconds);
+    connection.setTimeout(Timeouts::fileReceiveSeconds);
     if (connection.read(&size, sizeof(size)) != sizeof(size) || size < 0)
         return 1;
     if (progress != nullptr)

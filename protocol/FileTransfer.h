@@ -10,8 +10,6 @@ namespace Orvane {
 
 /// A file on a stream is its size (8 bytes, signed, little-endian) and its bytes, moved in chunks.
 constexpr std::size_t fileChunkBytes = 0x10000;
-constexpr int fileSendTimeoutSeconds = 60;
-constexpr int fileReceiveTimeoutSeconds = 45;
 
 /// A file opened for sending; refuses one that somebody is still writing, where the platform can
 /// tell. Throws the file exception on a failed open or a short read.

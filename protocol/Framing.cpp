@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "OrvaneCore/Str.h"
+#include "protocol/Timeouts.h"
 
 namespace Orvane {
 
@@ -26,7 +27,7 @@ class MessageDeadline {
     bool isOver() const { return begun && Clock::now() >= end; }
     void begin() {
         if (!begun)
-            end = Clock::now() + longestMessage;
+            end = Clock::now() + Timeouts::longestMessage;
         begun = true;
     }
 
@@ -45,7 +46,8 @@ String ReceivedMessage::refusal() const {
             return "it is longer than " + Str::toWString(mostMessageBytes / bytesPerKiB) + " KiB";
         case Outcome::TooSlow:
             return "it was not complete after " +
-                   Str::toWString(static_cast<std::int32_t>(longestMessage.count())) + " s";
+                   Str::toWString(static_cast<std::int32_t>(Timeouts::longestMessage.count())) +
+                   " s";
         case Outcome::Whole:
         case Outcome::Unfinished:
             break;

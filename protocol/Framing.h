@@ -9,10 +9,6 @@ namespace Orvane {
 /// hundred bytes, and nobody may make the server keep more.
 constexpr std::int32_t mostMessageBytes = 64 * 1024;
 
-/// A message that has begun must be complete after this time, or its connection is closed: one byte
-/// every few seconds would otherwise hold the only master slot, or stall the relay, for ever.
-constexpr std::chrono::seconds longestMessage{5};
-
 /// On a stream a message is its 8-bit text and a zero byte; the time-outs are in seconds.
 
 /// What came of a message that was to be read.

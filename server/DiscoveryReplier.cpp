@@ -11,13 +11,13 @@
 #include "protocol/Framing.h"
 #include "protocol/Messages.h"
 #include "protocol/Ports.h"
+#include "protocol/Timeouts.h"
 #include "server/WorkerStack.h"
 
 namespace Orvane {
 
 namespace {
 
-constexpr std::chrono::milliseconds pollPeriod{333};
 // While datagrams come in floods: the socket's buffer holds some hundreds, and a master's ping that
 // finds it full is lost.
 constexpr std::chrono::milliseconds floodPollPeriod{10};
@@ -98,7 +98,7 @@ void DiscoveryReplier::serve() {
     int quick = 0;  // polls before the pace slows down again
     while (!stopRequested) {
         quick = takeWaiting(socket) >= flood ? quickPolls : std::max(quick - 1, 0);
-        std::this_thread::sleep_for(quick > 0 ? floodPollPeriod : pollPeriod);
+        std::this_thread::sleep_for(quick > 0 ? floodPollPeriod : Timeouts::discoveryPoll);
         ignoredPings.tick();
         answeredPings.tick();
         unansweredPings.tick();

@@ -2,6 +2,7 @@
 
 #include "OrvaneCore/FileSystem.h"
 #include "protocol/Ports.h"
+#include "protocol/Timeouts.h"
 #include "server/MasterLoop.h"
 #include "server/PortInUse.h"
 #include "server/WorkerStack.h"
@@ -34,9 +35,8 @@ void DrServer::makeDataFolder() {
 }
 
 void DrServer::bindMasterPort() {
-    constexpr int acceptTimeoutSeconds = 2;
     masterListener = std::make_unique<Listener>(Listener::Reach::AllInterfaces, masterPort,
-                                                acceptTimeoutSeconds);
+                                                Timeouts::masterAcceptSeconds);
     if (masterListener->isOk())
         return;
     showPortInUse("Cannot bind to the remote connection port (TCP ", masterPort);

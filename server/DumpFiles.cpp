@@ -1,10 +1,10 @@
 #include "server/DumpFiles.h"
 
-#include <chrono>
 #include <thread>
 
 #include "OrvaneCore/FileSystem.h"
 #include "OrvaneCore/Str.h"
+#include "protocol/Timeouts.h"
 
 namespace Orvane {
 
@@ -45,12 +45,11 @@ String findDumpFile(const DrConfig& config) {
 }
 
 void removeDumpFile(const String& path, DrLog& log) {
-    constexpr std::chrono::milliseconds pollPeriod{200};
     FileSystem::deleteFile(path);
     log.log(String("Removed file: ") + path);
     while (FileSystem::isRegularFile(path)) {
         log.log(String("Waiting for file deletion: ") + path);
-        std::this_thread::sleep_for(pollPeriod);
+        std::this_thread::sleep_for(Timeouts::deletionPoll);
     }
 }
 

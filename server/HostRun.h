@@ -8,7 +8,8 @@ namespace Orvane {
 class HostRun {
   public:
     /// `services` must outlive the run.
-    explicit HostRun(const JobServices& services) : maxInvoker(services.maxInvoker), log(services.log) {}
+    explicit HostRun(const JobServices& services)
+        : maxInvoker(services.maxInvoker), log(services.log) {}
     /// The command line must have ended: it is this object's.
     ~HostRun() = default;
     HostRun(const HostRun&) = delete;

@@ -10,15 +10,10 @@
 #include "protocol/FileTransfer.h"
 #include "protocol/Framing.h"
 #include "protocol/Messages.h"
+#include "protocol/Timeouts.h"
 #include "server/DumpFiles.h"
 
 namespace Orvane {
-
-namespace {
-
-constexpr int announcementTimeoutSeconds = 10;
-
-}  // namespace
 
 void ImageRelay::relayDumps() {
     // What came meanwhile is in the next listing.
@@ -94,7 +89,7 @@ bool ImageRelay::announceAndSend(InputFile& file) {
 }
 
 bool ImageRelay::announce() {
-    const int result = writeMessage(master, DumpExr::text(), announcementTimeoutSeconds);
+    const int result = writeMessage(master, DumpExr::text(), Timeouts::commandWriteSeconds);
     if (result == 0)
         return true;
     log.log(String("File dump signal write failed: ") + Str::toWString(std::int32_t{result}));

@@ -3,6 +3,7 @@
 #include "OrvaneCore/Str.h"
 #include "protocol/Framing.h"
 #include "protocol/Ports.h"
+#include "protocol/Timeouts.h"
 #include "server/PortInUse.h"
 #include "server/StrangersText.h"
 
@@ -10,16 +11,13 @@ namespace Orvane {
 
 namespace {
 
-constexpr int acceptTimeoutSeconds = 1;
-constexpr int handshakeTimeoutSeconds = 20;
-constexpr int commandTimeoutSeconds = 10;
 constexpr std::chrono::seconds longestDrain{10};
 
 }  // namespace
 
 LoopbackListener::LoopbackListener(DrLog& target)
     : log(target),
-      listener(Listener::Reach::Loopback, loopbackPort, acceptTimeoutSeconds),
+      listener(Listener::Reach::Loopback, loopbackPort, Timeouts::pluginAcceptSeconds),
       strangers(target, "WARNING: A local application connected to DR server") {
     if (!listener.isOk())
         showPortInUse("Cannot bind to loopback port (TCP ", loopbackPort);
@@ -44,8 +42,8 @@ bool LoopbackListener::tryLocalHandshake(const DrConfig& config, const FrameInfo
         return false;
     const PluginJob job{config.dataFolder, frameInfo};
     // Not looked at: who has not got it will not answer.
-    (void)writeMessage(*plugin, job.text(), handshakeTimeoutSeconds);
-    const ReceivedMessage answer = readMessage(*plugin, handshakeTimeoutSeconds);
+    (void)writeMessage(*plugin, job.text(), Timeouts::pluginHandshakeSeconds);
+    const ReceivedMessage answer = readMessage(*plugin, Timeouts::pluginHandshakeSeconds);
     // One that only lacks its zero is as good as whole, unless it broke a limit.
     if (!answer.isRefused() && PluginAnswer::read(answer.text))
         return true;
@@ -61,7 +59,7 @@ bool LoopbackListener::tryLocalHandshake(const DrConfig& config, const FrameInfo
 void LoopbackListener::forwardEndRender() {
     // Not looked at: a plug-in that has gone needs no telling.
     if (plugin != nullptr)
-        (void)writeMessage(*plugin, EndRender::text(), commandTimeoutSeconds);
+        (void)writeMessage(*plugin, EndRender::text(), Timeouts::commandWriteSeconds);
 }
 
 void LoopbackListener::closeLocalConnection() {

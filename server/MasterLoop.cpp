@@ -2,6 +2,7 @@
 
 #include "OrvaneCore/Str.h"
 #include "protocol/Framing.h"
+#include "protocol/Timeouts.h"
 #include "server/JobPlan.h"
 #include "server/RenderJob.h"
 #include "server/StrangersText.h"
@@ -9,10 +10,6 @@
 namespace Orvane {
 
 namespace {
-
-constexpr int handshakeTimeoutSeconds = 5;
-// For a master that does not close: it has had its images long before.
-constexpr std::chrono::seconds longestDelivery{2};
 
 const char* const bogusLine = "Got bogus master connection: ";
 const char* const lostLine = "Error writing response";
@@ -53,7 +50,7 @@ std::optional<MasterLoop::Master> MasterLoop::receiveMaster() {
     auto connection = listener.accept();
     if (connection == nullptr)
         return std::nullopt;
-    const ReceivedMessage message = readMessage(*connection, handshakeTimeoutSeconds);
+    const ReceivedMessage message = readMessage(*connection, Timeouts::masterHandshakeSeconds);
     const auto handshake = message.isWhole() ? MasterHandshake::read(message.text) : std::nullopt;
     if (handshake)
         return Master{std::move(connection), message.text, handshake->job};
@@ -74,7 +71,7 @@ void MasterLoop::serve(Master& master) {
         return;
     perform(planJob(master.request, services.config), master);
     // With unread input a bare close would reset the connection, and the last image with it.
-    master.connection->closeAfterDelivery(longestDelivery);
+    master.connection->closeAfterDelivery(Timeouts::lastDelivery);
 }
 
 bool MasterLoop::answer(Master& master) {

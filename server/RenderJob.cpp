@@ -6,6 +6,7 @@
 #include "OrvaneCore/DevelopmentVersion.h"
 #include "OrvaneCore/Stopwatch.h"
 #include "protocol/Framing.h"
+#include "protocol/Timeouts.h"
 #include "server/DumpFiles.h"
 #include "server/LaunchCommand.h"
 
@@ -13,7 +14,6 @@ namespace Orvane {
 
 namespace {
 
-constexpr int commandPollSeconds = 2;
 // Masters whose scenes cannot be written come and go in no time, and each has its lines in the log.
 constexpr std::chrono::seconds pauseAfterFailedDownload{1};
 
@@ -68,7 +68,7 @@ bool RenderJob::waitForPlugin() {
 }
 
 void RenderJob::relay() {
-    constexpr std::chrono::seconds pace{commandPollSeconds};
+    constexpr std::chrono::seconds pace{Timeouts::endRenderPollSeconds};
     services.wakeup.watch(services.config.dataFolder);
     while (master.isAlive() && services.loopback.isPluginAlive()) {
         images.relayDumps();
@@ -80,7 +80,7 @@ void RenderJob::relay() {
 }
 
 void RenderJob::readCommand() {
-    const ReceivedMessage message = readMessage(master, commandPollSeconds);
+    const ReceivedMessage message = readMessage(master, Timeouts::endRenderPollSeconds);
     if (message.isRefused())
         log.log(String("Refused a message of the master and closed its connection: ") +
                 message.refusal());

@@ -11,8 +11,8 @@ namespace Orvane {
 /// kept. Used by the master thread.
 class SceneFile {
   public:
-    /// Both must outlive the scene. Chooses a name, and removes the scenes that jobs left which ended
-    /// with the machine's power: they are large, and nobody else removes them.
+    /// Both must outlive the scene. Chooses a name, and removes the scenes that jobs left which
+    /// ended with the machine's power: they are large, and nobody else removes them.
     SceneFile(const DrConfig& settings, DrLog& target);
 
     /// Receives the scene. False, with the reason in the log, when it cannot be written; a transfer

@@ -7,9 +7,9 @@
 
 #include <cstdlib>
 
-#include "app/desktop/DisplayLoss.h"
 #include "app/desktop/DrWindow.h"
 #include "app/desktop/RunningInstance.h"
+#include "app/desktop/WindowPlatform.h"
 
 namespace Orvane {
 
@@ -20,14 +20,14 @@ bool DrApp::OnInit() {
     wxSocketBase::Initialize();
     wxImage::AddHandler(new wxPNGHandler);
     watchForTheEnd();
-    auto* window = new DrWindow;
-    whenDisplayIsLost([window] { window->closeWithoutDisplay(); });
+    auto* window = new DrWindow(serverFailed);
+    WindowPlatform::whenDisplayIsLost([window] { window->closeWithoutDisplay(); });
     return true;
 }
 
 int DrApp::OnRun() {
     const int status = wxApp::OnRun();
-    return DrWindow::hasFailed() ? EXIT_FAILURE : status;
+    return serverFailed ? EXIT_FAILURE : status;
 }
 
 void DrApp::OnInitCmdLine(wxCmdLineParser& parser) {
@@ -57,7 +57,7 @@ void DrApp::pollStopSignal() {
     if (!stopRequested)
         return;
     // A box waits for a user, at start-up or for the last time, and there is none.
-    if (MessageBoxes::isOpen())
+    if (MessageBoxWindows::isOpen())
         std::_Exit(EXIT_FAILURE);
     if (GetTopWindow() != nullptr)
         GetTopWindow()->Close(true);

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "app/StopSignal.h"
-#include "app/desktop/MessageBoxes.h"
+#include "app/desktop/MessageBoxWindows.h"
 
 namespace Orvane {
 
@@ -24,9 +24,10 @@ class DrApp : public wxApp {
     void pollOtherInstances();
 
     StopSignal stopSignal;  // before the toolkit starts threads
-    MessageBoxes messageBoxes;
+    MessageBoxWindows messageBoxes;
     std::unique_ptr<wxTimer> stopTimer;
     bool stopRequested = false;
+    bool serverFailed = false;
 };
 
 }  // namespace Orvane

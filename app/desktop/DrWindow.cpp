@@ -12,14 +12,13 @@
 
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/FileSystem.h"
-#include "app/desktop/DisplayLoss.h"
 #include "app/desktop/DisplayText.h"
 #include "app/desktop/FolderOpener.h"
-#include "app/desktop/FrameColour.h"
 #include "app/desktop/LogText.h"
-#include "app/desktop/MessageBoxes.h"
+#include "app/desktop/MessageBoxWindows.h"
 #include "app/desktop/MyIcon.h"
 #include "app/desktop/WindowIcon.h"
+#include "app/desktop/WindowPlatform.h"
 #include "server/Startup.h"
 
 namespace Orvane {
@@ -33,30 +32,28 @@ constexpr int stopPollMs = 50;
 
 }  // namespace
 
-bool DrWindow::failed = false;
-
-DrWindow::DrWindow()
+DrWindow::DrWindow(bool& serverFailed)
     : wxFrame(nullptr, wxID_ANY, wxString("Orvane Renderer DrServer | ") + versionText),
       windowIcon(loadWindowIcon()),
-      flushTimer(this, flushTimerId) {
+      flushTimer(this, flushTimerId),
+      failed(serverFailed) {
     layOut();
     Bind(wxEVT_CLOSE_WINDOW, &DrWindow::onClose, this);
     Bind(wxEVT_ICONIZE, &DrWindow::onIconize, this);
     SetIcon(windowIcon);
     GetSizer()->Fit(this);
     log.setView(textCtrl);
-    // Deleting a window that is still being made is not an option: start() closes it in the end.
-    log.setCloseHandler([] { failed = true; });
+    log.setCloseHandler([this] { giveUp(); });
     log.log("DR server started");
     start();
 }
 
 DrWindow::~DrWindow() {
-    whenDisplayIsLost([] {});
+    WindowPlatform::whenDisplayIsLost([] {});
 }
 
 void DrWindow::layOut() {
-    setFrameColour(*this);
+    WindowPlatform::setFrameColour(*this);
     auto* column = new wxBoxSizer(wxVERTICAL);
     saveImages = new wxCheckBox(this, saveImagesId, "[DEBUG] Save sent images");
     saveImages->SetToolTip(
@@ -87,33 +84,38 @@ wxSizer* DrWindow::makeFolderRow() {
 
 void DrWindow::start() {
     server = std::make_unique<DrServer>(log);
+    try {
+        if (!failed)
+            showWithServer();
+    } catch (const Exception&) {
+        showFolderNotWritable(*server);
+        failed = true;
+    }
     if (failed) {
         Close(true);
         return;
     }
-    try {
-        openLogFile(log, *server);
-        Bind(wxEVT_CHECKBOX, &DrWindow::onSaveImagesToggled, this, saveImagesId);
-        trayIcon = new MyIcon(*this);
-        saveImages->SetValue(server->configuration().retainExr);
-        restoreFromTray();
-        logStartup(log, *server);
-    } catch (const Exception&) {
-        showFolderNotWritable(*server);
-        failed = true;
-        Close();
-        return;
-    }
-    log.setCloseHandler([this] { fail(); });
+    phase = Phase::Running;
     Bind(wxEVT_TIMER, &DrWindow::onFlushTimer, this, flushTimerId);
     flushTimer.Start(DrLog::flushPeriodMs);
 }
 
-void DrWindow::fail() {
-    if (closing)
+void DrWindow::showWithServer() {
+    openLogFile(log, *server);
+    Bind(wxEVT_CHECKBOX, &DrWindow::onSaveImagesToggled, this, saveImagesId);
+    trayIcon = new MyIcon({[this] { restoreFromTray(); }, [this] { Close(true); }});
+    saveImages->SetValue(server->configuration().retainExr);
+    restoreFromTray();
+    logStartup(log, *server);
+}
+
+void DrWindow::giveUp() {
+    if (phase == Phase::Closing)
         return;
     failed = true;
-    Close();
+    // A window that is still being made closes when that is done.
+    if (phase == Phase::Running)
+        Close();
 }
 
 void DrWindow::restoreFromTray() {
@@ -127,7 +129,7 @@ void DrWindow::restoreFromTray() {
 bool DrWindow::mayClose() const {
     // An open box or menu is further up on this very stack, and needs what closing would delete.
     const bool menuOpen = linkMenuOpen || (trayIcon != nullptr && trayIcon->isMenuOpen());
-    return !closing && !menuOpen && !MessageBoxes::isOpen();
+    return phase != Phase::Closing && !menuOpen && !MessageBoxWindows::isOpen();
 }
 
 void DrWindow::stopServer() {
@@ -147,13 +149,13 @@ void DrWindow::stopServer() {
 }
 
 void DrWindow::closeWithoutDisplay() {
-    closing = true;
+    phase = Phase::Closing;
     log.setView(nullptr);
     if (server == nullptr)
         return;
     server->requestStop();
     // A box can no longer be dismissed, and who asked for one will not go on without.
-    while (server->isBusy() && !MessageBoxes::isOpen()) {
+    while (server->isBusy() && !MessageBoxWindows::isOpen()) {
         std::this_thread::sleep_for(std::chrono::milliseconds(stopPollMs));
         log.flush();
     }
@@ -166,7 +168,7 @@ void DrWindow::onClose(wxCloseEvent& event) {
             event.Veto();
         return;
     }
-    closing = true;
+    phase = Phase::Closing;
     if (trayIcon != nullptr)
         trayIcon->Destroy();
     trayIcon = nullptr;

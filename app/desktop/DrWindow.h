@@ -21,8 +21,10 @@ class MyIcon;
 class DrWindow : public wxFrame {
   public:
     /// Starts the server, which may show message boxes, and shows the window. When it cannot go on
-    /// it has told the user and closed itself before it returns.
-    DrWindow();
+    /// it has told the user and closed itself before it returns. `serverFailed` becomes true when
+    /// the server gives up, then or later, rather than being closed by somebody; it outlives the
+    /// window.
+    explicit DrWindow(bool& serverFailed);
     ~DrWindow() override;
 
     /// Un-minimises, shows and raises the window and removes the tray icon.
@@ -31,10 +33,6 @@ class DrWindow : public wxFrame {
     /// Stops the server as closing does, without touching what is on the display.
     void closeWithoutDisplay();
 
-    /// Whether the server gave up, rather than being closed by somebody. For the program's exit
-    /// status, so it outlives the one window that a process has.
-    static bool hasFailed() { return failed; }
-
   protected:
     DrLog log;
 
@@ -42,7 +40,8 @@ class DrWindow : public wxFrame {
     void layOut();
     wxSizer* makeFolderRow();
     void start();
-    void fail();
+    void showWithServer();
+    void giveUp();
     bool mayClose() const;
     void stopServer();
     void onClose(wxCloseEvent& event);
@@ -57,8 +56,8 @@ class DrWindow : public wxFrame {
     MyIcon* trayIcon = nullptr;        // ended with Destroy()
     std::unique_ptr<DrServer> server;  // before the log and the controls go
     bool linkMenuOpen = false;
-    bool closing = false;
-    static bool failed;
+    enum class Phase { Starting, Running, Closing } phase = Phase::Starting;
+    bool& failed;
 };
 
 }  // namespace Orvane

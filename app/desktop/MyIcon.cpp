@@ -2,9 +2,10 @@
 
 #include <wx/menu.h>
 
-#include "app/desktop/DrWindow.h"
-#include "app/desktop/TrayEvents.h"
+#include <utility>
+
 #include "app/desktop/WindowIcon.h"
+#include "app/desktop/WindowPlatform.h"
 
 namespace Orvane {
 
@@ -15,9 +16,9 @@ constexpr int quitCommand = 2;
 
 }  // namespace
 
-MyIcon::MyIcon(DrWindow& owner) : window(owner), icon(loadWindowIcon()) {
-    Bind(TrayEvents::rightClick(), &MyIcon::onRightUp, this);
-    Bind(TrayEvents::leftClick(), &MyIcon::onLeftUp, this);
+MyIcon::MyIcon(Commands userCommands) : commands(std::move(userCommands)), icon(loadWindowIcon()) {
+    Bind(WindowPlatform::trayRightClick(), &MyIcon::onRightUp, this);
+    Bind(WindowPlatform::trayLeftClick(), &MyIcon::onLeftUp, this);
     Bind(wxEVT_MENU, &MyIcon::onMenu, this);
 }
 
@@ -38,15 +39,15 @@ void MyIcon::onRightUp(wxTaskBarIconEvent& /*event*/) {
 
 void MyIcon::onLeftUp(wxTaskBarIconEvent& /*event*/) {
     // Later, because restoring removes the very icon whose event this is.
-    window.CallAfter(&DrWindow::restoreFromTray);
+    CallAfter(commands.displayWindow);
 }
 
 void MyIcon::onMenu(wxCommandEvent& event) {
     // Later again: the menu is still on the stack.
     if (event.GetId() == displayCommand)
-        window.CallAfter(&DrWindow::restoreFromTray);
+        CallAfter(commands.displayWindow);
     else if (event.GetId() == quitCommand)
-        window.CallAfter([this] { window.Close(true); });
+        CallAfter(commands.quit);
 }
 
 }  // namespace Orvane

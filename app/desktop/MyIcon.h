@@ -3,15 +3,21 @@
 #include <wx/icon.h>
 #include <wx/taskbar.h>
 
-namespace Orvane {
+#include <functional>
 
-class DrWindow;
+namespace Orvane {
 
 /// The program's icon in the notification area, visible only while its window is hidden. Belongs to
 /// the window, which ends it with Destroy().
 class MyIcon : public wxTaskBarIcon {
   public:
-    explicit MyIcon(DrWindow& owner);
+    /// What the user asks for with it. Called on the main thread, after the event that asked.
+    struct Commands {
+        std::function<void()> displayWindow;
+        std::function<void()> quit;
+    };
+
+    explicit MyIcon(Commands userCommands);
 
     /// Puts the icon into the notification area or takes it out; false when there is no such area.
     bool showIcon(bool show);
@@ -24,7 +30,7 @@ class MyIcon : public wxTaskBarIcon {
     void onRightUp(wxTaskBarIconEvent& event);
     void onMenu(wxCommandEvent& event);
 
-    DrWindow& window;
+    Commands commands;
     wxIcon icon;
     bool menuOpen = false;
 };

@@ -13,6 +13,7 @@
 #include "OrvaneCore/RandomSource.h"
 #include "SceneFile.h"
 #include "protocol/Ports.h"
+#include "protocol/Timeouts.h"
 
 namespace Orvane {
 
@@ -22,9 +23,9 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 /// A free server answers at once; one that was just left by a bogus master within five seconds.
-constexpr milliseconds handshakePatience{6000};
-/// A server looks for pings three times a second.
-constexpr milliseconds pingWindow{1000};
+constexpr std::chrono::seconds handshakePatience{Timeouts::masterHandshakeSeconds + 1};
+/// One answer may be lost with its ping, or be late.
+constexpr milliseconds pingWindow = 3 * Timeouts::discoveryPoll;
 
 long long millisecondsSince(Clock::time_point start) {
     return std::chrono::duration_cast<milliseconds>(Clock::now() - start).count();

@@ -6,13 +6,13 @@
 #include "protocol/Framing.h"
 #include "protocol/NativeSocket.h"
 #include "protocol/Ports.h"
+#include "protocol/Timeouts.h"
 
 namespace Orvane {
 
 namespace {
 
-constexpr int connectTimeoutSeconds = 5;
-constexpr int messageTimeoutSeconds = 10;
+constexpr int connectSeconds = 5;
 
 Failure busy() {
     return {ExitStatus::Busy, "The server accepts the connection but does not answer: it is busy",
@@ -22,7 +22,7 @@ Failure busy() {
 }  // namespace
 
 std::unique_ptr<Connection> connectToServer(const String& server) {
-    auto connection = Connection::connect(server, masterPort, connectTimeoutSeconds);
+    auto connection = Connection::connect(server, masterPort, connectSeconds);
     if (connection != nullptr)
         return connection;
     throw Failure(
@@ -42,11 +42,11 @@ void JobSession::shakeHands(const FrameInfo& job, std::chrono::milliseconds pati
     // reset keeps it from starting a host for nobody.
     NativeSocket::resetOnClose(connection->handle(), true);
     // A server that has gone is found out by the answer that does not come.
-    (void)writeMessage(*connection, MasterHandshake{job}.text(), messageTimeoutSeconds);
+    (void)writeMessage(*connection, MasterHandshake{job}.text(), Timeouts::commandWriteSeconds);
     char first = 0;
     if (connection->peek(&first, 1, patience) == 0 && connection->isAlive())
         throw busy();
-    const ReceivedMessage answer = readMessage(*connection, messageTimeoutSeconds);
+    const ReceivedMessage answer = readMessage(*connection, Timeouts::commandWriteSeconds);
     if (!answer.isWhole() || !MasterWelcome::read(answer.text))
         throw Failure(
             ExitStatus::Refused, "The server refused the handshake",
@@ -75,7 +75,7 @@ JobSession::Event JobSession::wait(std::chrono::milliseconds longest) {
             return Event::Nothing;
         return connection->isBroken() ? Event::Lost : Event::Closed;
     }
-    const ReceivedMessage message = readMessage(*connection, messageTimeoutSeconds);
+    const ReceivedMessage message = readMessage(*connection, Timeouts::commandWriteSeconds);
     if (!message.isWhole())
         return Event::Lost;
     return DumpExr::read(message.text) ? Event::Image : Event::Nothing;
@@ -99,7 +99,7 @@ void JobSession::receiveImage(const String& path, ProgressBar& progress) {
 
 void JobSession::endRender() {
     // A server that has just closed is found out by the next wait().
-    (void)writeMessage(*connection, EndRender::text(), messageTimeoutSeconds);
+    (void)writeMessage(*connection, EndRender::text(), Timeouts::commandWriteSeconds);
 }
 
 }  // namespace Orvane

@@ -1,11 +1,24 @@
-#include "app/desktop/DisplayLoss.h"
+#include "app/desktop/WindowPlatform.h"
 
 #include <X11/Xlib.h>
 
 #include <cstdlib>
 #include <utility>
 
-namespace Orvane {
+namespace Orvane::WindowPlatform {
+
+void setFrameColour(wxFrame& /*frame*/) {
+    // A theme does that, and may change.
+}
+
+// GTK reports that the icon was activated or that its menu is wanted, and no single buttons.
+const TrayEvent& trayLeftClick() {
+    return wxEVT_TASKBAR_LEFT_DOWN;
+}
+
+const TrayEvent& trayRightClick() {
+    return wxEVT_TASKBAR_CLICK;
+}
 
 namespace {
 
@@ -24,4 +37,4 @@ void whenDisplayIsLost(std::function<void()> handler) {
     XSetIOErrorHandler(onDisplayLost);
 }
 
-}  // namespace Orvane
+}  // namespace Orvane::WindowPlatform

@@ -8,12 +8,12 @@ namespace Orvane {
 
 /// Shows the core's message boxes as windows, for the object's lifetime. Boxes of other threads are
 /// shown by the main thread's event loop while their thread waits.
-class MessageBoxes {
+class MessageBoxWindows {
   public:
-    MessageBoxes();
-    ~MessageBoxes();
-    MessageBoxes(const MessageBoxes&) = delete;
-    MessageBoxes& operator=(const MessageBoxes&) = delete;
+    MessageBoxWindows();
+    ~MessageBoxWindows();
+    MessageBoxWindows(const MessageBoxWindows&) = delete;
+    MessageBoxWindows& operator=(const MessageBoxWindows&) = delete;
 
     /// Whether a box is shown or about to be.
     static bool isOpen() { return open > 0; }

@@ -1,4 +1,4 @@
-#include "app/desktop/MessageBoxes.h"
+#include "app/desktop/MessageBoxWindows.h"
 
 #include <wx/app.h>
 #include <wx/msgdlg.h>
@@ -12,7 +12,7 @@
 
 namespace Orvane {
 
-std::atomic<int> MessageBoxes::open = 0;
+std::atomic<int> MessageBoxWindows::open = 0;
 
 namespace {
 
@@ -34,7 +34,7 @@ void showBoxOfWorker(const String& caption, const String& text) {
 
 }  // namespace
 
-MessageBoxes::MessageBoxes() {
+MessageBoxWindows::MessageBoxWindows() {
     setMessageBoxHandler([](const String& caption, const String& text) {
         ++open;
         wxIsMainThread() ? showBox(caption, text) : showBoxOfWorker(caption, text);
@@ -42,7 +42,7 @@ MessageBoxes::MessageBoxes() {
     });
 }
 
-MessageBoxes::~MessageBoxes() {
+MessageBoxWindows::~MessageBoxWindows() {
     setMessageBoxHandler(nullptr);
 }
 
