@@ -19,7 +19,7 @@ std::int32_t endOfPiece(const String& text, std::int32_t begin) {
 }  // namespace
 
 LogText::LogText(wxWindow* parent)
-    : wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, wxSize(600, 400),
+    : wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, parent->FromDIP(wxSize(600, 400)),
                  wxTE_MULTILINE | wxTE_READONLY) {
     Bind(wxEVT_IDLE, [this](wxIdleEvent& event) {
         showPiece();

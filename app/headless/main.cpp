@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <thread>
 
+#include "OrvaneCore/ConsoleText.h"
 #include "OrvaneCore/Exception.h"
 #include "app/CommandLine.h"
 #include "app/Console.h"
@@ -64,6 +65,7 @@ class HeadlessProgram {
 };
 
 int serve() {
+    const ConsoleText console;
     const SocketLibrary sockets;
     return HeadlessProgram().run();
 }
