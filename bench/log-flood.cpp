@@ -2,7 +2,6 @@
 // display, the server's ports and a folder to run in.
 #include <wx/app.h>
 #include <wx/imagpng.h>
-#include <wx/socket.h>
 #include <wx/textctrl.h>
 #include <wx/timer.h>
 
@@ -47,7 +46,6 @@ class BurstApp : public wxApp {
   public:
     bool OnInit() override {
         Bench::silenceStandardOutput();
-        wxSocketBase::Initialize();
         wxImage::AddHandler(new wxPNGHandler);
         window = new BurstWindow(serverFailed);
         timer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { takeTurn(); });

@@ -20,7 +20,6 @@
 #include "bench/Figures.h"
 #include "protocol/FileTransfer.h"
 #include "protocol/Listener.h"
-#include "protocol/SocketLibrary.h"
 
 using namespace Bench;
 
@@ -250,7 +249,6 @@ int main(int argc, char** argv) {
         std::fputs("usage: bench-transfer bare|tools FOLDER MEGABYTES ROUNDS\n", stderr);
         return 2;
     }
-    const Orvane::SocketLibrary sockets;
     const Settings settings{argv[2], std::stoll(argv[3]), std::stoi(argv[4])};
     try {
         makeSource(settings);

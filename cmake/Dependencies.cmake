@@ -1,5 +1,5 @@
-# What the programs are built with: the toolkit (its base and network libraries everywhere, its window
-# library for the desktop program only) and RapidXml, which is headers alone.
+# What the programs are built with: Asio and RapidXml, which are headers alone, and the toolkit, for
+# the desktop program.
 find_package(Threads REQUIRED)
 
 # Makes an interface target of the given parts of the toolkit: the cross-built one brings CMake
@@ -19,10 +19,19 @@ function(orvane_add_toolkit target)
     target_link_libraries(${target} INTERFACE ${wxWidgets_LIBRARIES})
 endfunction()
 
-orvane_add_toolkit(toolkit_net net base)
-orvane_add_toolkit(toolkit_gui core net base)
+orvane_add_toolkit(toolkit_gui core base)
 if(NOT WIN32)
     find_package(X11 REQUIRED)
+endif()
+
+find_path(ASIO_INCLUDE_DIR asio.hpp REQUIRED)
+add_library(asio INTERFACE)
+target_include_directories(asio SYSTEM INTERFACE ${ASIO_INCLUDE_DIR})
+target_compile_definitions(asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
+target_link_libraries(asio INTERFACE Threads::Threads)
+if(WIN32)
+    target_compile_definitions(asio INTERFACE _WIN32_WINNT=0x0601)
+    target_link_libraries(asio INTERFACE ws2_32 mswsock)
 endif()
 
 find_path(RAPIDXML_INCLUDE_DIR rapidxml/rapidxml_print.hpp REQUIRED)

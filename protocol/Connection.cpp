@@ -1,34 +1,88 @@
 #include "protocol/Connection.h"
 
-#include <wx/socket.h>
-
 #include <algorithm>
 #include <array>
+#include <asio/buffer.hpp>
+#include <asio/ip/tcp.hpp>
 
-#include "protocol/ToolkitText.h"
+#include "protocol/NetworkContext.h"
+#include "protocol/Resolve.h"
+#include "protocol/SocketSetup.h"
 
 namespace Orvane {
 
 namespace {
 
+using asio::ip::tcp;
 using Clock = Connection::Clock;
-using NativeSocket::Outcome;
 
-std::chrono::milliseconds until(Clock::time_point deadline) {
-    return std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+enum class Outcome {
+    Moved,       ///< some bytes went through
+    WouldBlock,  ///< none could go now
+    Ended,       ///< the peer has ended its direction
+    Failed       ///< the connection is broken
+};
+
+Outcome outcomeOf(const asio::error_code& error) {
+    if (!error)
+        return Outcome::Moved;
+    if (error == asio::error::would_block || error == asio::error::try_again ||
+        error == asio::error::interrupted)
+        return Outcome::WouldBlock;
+    return error == asio::error::eof ? Outcome::Ended : Outcome::Failed;
 }
 
-String addressOfPeer(const wxSocketBase& socket) {
-    wxIPV4address address;
-    return socket.GetPeer(address) ? fromToolkit(address.IPAddress()) : String();
+bool waitUntil(SocketHandle socket, bool forWriting, Clock::time_point deadline) {
+    WaitedSocket waited{socket, forWriting};
+    return waitForSockets({&waited, 1}, deadline);
 }
 
 }  // namespace
 
-Connection::Connection(wxSocketBase* connected)
-    : socket(connected), peer(addressOfPeer(*connected)) {
-    NativeSocket::isolate(handle());
-    NativeSocket::tuneConnection(handle());
+struct Connection::Native {
+    /// On the context that all sockets share.
+    explicit Native(SocketHandle handle) : socket(networkContext()) { assign(handle); }
+    /// On one of its own, which the connecting thread runs.
+    explicit Native(std::unique_ptr<asio::io_context> context)
+        : ownContext(std::move(context)), socket(*ownContext) {
+        assign(SocketSetup::openStream());
+    }
+
+    void assign(SocketHandle handle) {
+        asio::error_code ignored;
+        socket.assign(tcp::v4(), static_cast<tcp::socket::native_handle_type>(handle), ignored);
+        socket.non_blocking(true, ignored);
+    }
+
+    bool connect(const tcp::endpoint& endpoint, std::chrono::seconds longest) {
+        asio::error_code result = asio::error::timed_out;
+        socket.async_connect(endpoint,
+                             [&result](const asio::error_code& error) { result = error; });
+        ownContext->run_for(longest);
+        if (!result)
+            return true;
+        // What is still under way ends with the socket, and says so while `result` is there.
+        asio::error_code ignored;
+        socket.close(ignored);
+        ownContext->run();
+        return false;
+    }
+
+    String peerAddress() const {
+        asio::error_code error;
+        const auto endpoint = socket.remote_endpoint(error);
+        return error ? String() : String(endpoint.address().to_string());
+    }
+
+    std::unique_ptr<asio::io_context> ownContext;
+    tcp::socket socket;
+};
+
+Connection::Connection(SocketHandle connected) : Connection(std::make_unique<Native>(connected)) {}
+
+Connection::Connection(std::unique_ptr<Native> connected)
+    : native(std::move(connected)), peer(native->peerAddress()) {
+    SocketSetup::tuneConnection(handle());
 }
 
 Connection::~Connection() {
@@ -37,26 +91,24 @@ Connection::~Connection() {
 
 std::unique_ptr<Connection> Connection::connect(const String& host, unsigned short port,
                                                 int timeoutSeconds) {
-    wxIPV4address address;
-    if (!address.Hostname(toToolkit(host)) || !address.Service(port))
+    const auto address = resolve(host);
+    if (!address)
         return nullptr;
-    auto client = std::make_unique<wxSocketClient>(wxSOCKET_NONE);
-    client->SetTimeout(timeoutSeconds);
-    if (!client->Connect(address, true))
+    const tcp::endpoint endpoint(asio::ip::make_address(toAnsi(*address)), port);
+    auto native = std::make_unique<Native>(std::make_unique<asio::io_context>());
+    if (!native->socket.is_open() ||
+        !native->connect(endpoint, std::chrono::seconds(timeoutSeconds)))
         return nullptr;
-    return std::make_unique<Connection>(client.release());
+    return std::unique_ptr<Connection>(new Connection(std::move(native)));
 }
 
-NativeSocket::Handle Connection::handle() const {
-    return static_cast<NativeSocket::Handle>(socket->GetSocket());
+SocketHandle Connection::handle() const {
+    return native == nullptr ? noSocket : static_cast<SocketHandle>(native->socket.native_handle());
 }
 
-bool Connection::endedBy(const NativeSocket::Transfer& transfer) {
-    if (transfer.outcome == Outcome::Ended || transfer.outcome == Outcome::Failed)
-        open = false;
-    if (transfer.outcome == Outcome::Failed)
-        broken = true;
-    return !open;
+void Connection::end(bool byError) {
+    open = false;
+    broken = broken || byError;
 }
 
 std::size_t Connection::read(void* buffer, std::size_t size) {
@@ -72,11 +124,24 @@ std::size_t Connection::read(void* buffer, std::size_t size) {
 }
 
 std::size_t Connection::readSome(void* buffer, std::size_t size, Clock::time_point deadline) {
+    return receive(buffer, size, 0, deadline);
+}
+
+std::size_t Connection::peek(void* buffer, std::size_t size, std::chrono::milliseconds longest) {
+    return receive(buffer, size, tcp::socket::message_peek, Clock::now() + longest);
+}
+
+std::size_t Connection::receive(void* buffer, std::size_t size, int flags,
+                                Clock::time_point deadline) {
     while (isAlive()) {
-        const auto transfer = NativeSocket::receive(handle(), buffer, size);
-        if (endedBy(transfer) || transfer.outcome == Outcome::Moved)
-            return transfer.bytes;
-        if (!NativeSocket::waitReadable(handle(), until(deadline)))
+        asio::error_code error;
+        const std::size_t got = native->socket.receive(asio::buffer(buffer, size), flags, error);
+        const Outcome outcome = outcomeOf(error);
+        if (outcome == Outcome::Moved)
+            return got;
+        if (outcome != Outcome::WouldBlock)
+            end(outcome == Outcome::Failed);
+        else if (!waitUntil(handle(), false, deadline))
             break;
     }
     return 0;
@@ -86,55 +151,50 @@ std::size_t Connection::write(const void* bytes, std::size_t size) {
     const auto deadline = nextDeadline();
     std::size_t done = 0;
     while (isAlive() && done < size) {
-        const auto transfer =
-            NativeSocket::send(handle(), static_cast<const char*>(bytes) + done, size - done);
-        done += transfer.bytes;
-        if (endedBy(transfer))
-            break;
-        if (transfer.outcome == Outcome::WouldBlock &&
-            !NativeSocket::waitWritable(handle(), until(deadline)))
+        asio::error_code error;
+        const char* const rest = static_cast<const char*>(bytes) + done;
+        done += native->socket.write_some(asio::buffer(rest, size - done), error);
+        const Outcome outcome = outcomeOf(error);
+        if (outcome == Outcome::Ended || outcome == Outcome::Failed)
+            end(outcome == Outcome::Failed);
+        else if (outcome == Outcome::WouldBlock && !waitUntil(handle(), true, deadline))
             break;
     }
     return done;
-}
-
-std::size_t Connection::peek(void* buffer, std::size_t size, std::chrono::milliseconds longest) {
-    const auto deadline = Clock::now() + longest;
-    while (isAlive()) {
-        const auto transfer = NativeSocket::peek(handle(), buffer, size);
-        if (endedBy(transfer) || transfer.outcome == Outcome::Moved)
-            return transfer.bytes;
-        if (!NativeSocket::waitReadable(handle(), until(deadline)))
-            return 0;
-    }
-    return 0;
 }
 
 void Connection::discardInput() {
     // A peer that floods may not keep the caller here.
     constexpr int mostChunks = 64;
     std::array<char, 4096> chunk;
-    for (int i = 0; isAlive() && i < mostChunks; ++i) {
-        const auto transfer = NativeSocket::receive(handle(), chunk.data(), chunk.size());
-        if (endedBy(transfer) || transfer.outcome == Outcome::WouldBlock)
+    for (int i = 0; i < mostChunks; ++i)
+        if (readSome(chunk.data(), chunk.size(), Clock::now()) == 0)
             return;
-    }
+}
+
+void Connection::resetOnClose(bool on) {
+    asio::error_code ignored;
+    if (native != nullptr)
+        native->socket.set_option(asio::socket_base::linger(on, 0), ignored);
 }
 
 void Connection::close() {
     open = false;
-    // Deleted here and now: the toolkit's deferred destruction waits for an event loop on another
-    // thread, and these sockets have no events that it would have to outlive.
-    delete socket;
-    socket = nullptr;
+    if (native == nullptr)
+        return;
+    // Not left to the socket's end, which would undo resetOnClose().
+    asio::error_code ignored;
+    native->socket.close(ignored);
+    native.reset();
 }
 
 void Connection::closeAfterDelivery(std::chrono::milliseconds longest) {
-    if (socket != nullptr && open) {
-        NativeSocket::endSending(handle());
+    if (isAlive()) {
+        asio::error_code ignored;
+        native->socket.shutdown(tcp::socket::shutdown_send, ignored);
         const auto deadline = Clock::now() + longest;
         while (isAlive() && Clock::now() < deadline) {
-            if (NativeSocket::waitReadable(handle(), until(deadline)))
+            if (waitUntil(handle(), false, deadline))
                 discardInput();
         }
     }

@@ -5,31 +5,30 @@
 #include <memory>
 
 #include "OrvaneCore/String.h"
-#include "protocol/NativeSocket.h"
-
-class wxSocketBase;
+#include "protocol/SocketWait.h"
 
 namespace Orvane {
 
 /// One TCP stream whose reads and writes move all bytes or give up at a time-out. Used by one
-/// thread at a time. The toolkit's socket layer must have been initialised on the main thread.
+/// thread at a time.
 class Connection {
   public:
-    using Clock = std::chrono::steady_clock;
+    using Clock = SocketClock;
 
-    /// Takes ownership of a connected toolkit socket.
-    explicit Connection(wxSocketBase* connected);
+    /// Takes ownership of a connected socket.
+    explicit Connection(SocketHandle connected);
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    /// Connects to a name or dotted address within `timeoutSeconds`; null when that fails. Main
-    /// thread of a console program only.
-    static std::unique_ptr<Connection> connect(const String& host, unsigned short port,
-                                               int timeoutSeconds);
+    /// Connects to a name or dotted address within `timeoutSeconds`, besides what the system takes
+    /// to look the name up; null when that fails.
+    [[nodiscard]] static std::unique_ptr<Connection> connect(const String& host,
+                                                             unsigned short port,
+                                                             int timeoutSeconds);
 
     /// False once this side closed it, or a read or write met the peer's end or an error.
-    bool isAlive() const { return socket != nullptr && open; }
+    bool isAlive() const { return open; }
     /// True once it ended by an error instead of either side's close.
     bool isBroken() const { return broken; }
 
@@ -38,7 +37,7 @@ class Connection {
 
     /// Both answer how many bytes moved; fewer than asked for after the time-out, the peer's end or
     /// an error. Only the latter two end the connection.
-    std::size_t read(void* buffer, std::size_t size);
+    [[nodiscard]] std::size_t read(void* buffer, std::size_t size);
     std::size_t write(const void* bytes, std::size_t size);
 
     /// When a read or write that begins now would give up.
@@ -46,13 +45,17 @@ class Connection {
         return Clock::now() + std::chrono::seconds(timeoutSeconds);
     }
     /// Answers with the first bytes that come; 0 after the deadline, the peer's end or an error.
-    std::size_t readSome(void* buffer, std::size_t size, Clock::time_point deadline);
+    [[nodiscard]] std::size_t readSome(void* buffer, std::size_t size, Clock::time_point deadline);
 
     /// Waits up to `longest` for input and shows it without taking it; 0 when there is none.
-    std::size_t peek(void* buffer, std::size_t size, std::chrono::milliseconds longest);
+    [[nodiscard]] std::size_t peek(void* buffer, std::size_t size,
+                                   std::chrono::milliseconds longest);
     /// Throws away what has arrived, so that an end behind it is noticed.
     void discardInput();
 
+    /// While this is on, a close, and the end of the process too, resets the connection: the peer's
+    /// next write to it fails.
+    void resetOnClose(bool on);
     /// Closes at once; unread input then resets the connection.
     void close();
     /// Ends the sending direction, reads away what still comes until the peer closes or `longest`
@@ -61,12 +64,16 @@ class Connection {
 
     /// The peer's dotted address.
     const String& peerAddress() const { return peer; }
-    NativeSocket::Handle handle() const;
+    /// For waits; noSocket once it is closed.
+    SocketHandle handle() const;
 
   private:
-    bool endedBy(const NativeSocket::Transfer& transfer);
+    struct Native;
+    explicit Connection(std::unique_ptr<Native> connected);
+    std::size_t receive(void* buffer, std::size_t size, int flags, Clock::time_point deadline);
+    void end(bool byError);
 
-    wxSocketBase* socket;  // owned
+    std::unique_ptr<Native> native;  // null once it is closed
     bool open = true;
     bool broken = false;
     int timeoutSeconds = 5;

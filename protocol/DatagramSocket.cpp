@@ -1,75 +1,105 @@
 #include "protocol/DatagramSocket.h"
 
-#include <wx/socket.h>
+#include <optional>
 
-#include "protocol/ToolkitText.h"
+#include "protocol/DatagramCalls.h"
+#include "protocol/NetworkContext.h"
+#include "protocol/Resolve.h"
+#include "protocol/SocketSetup.h"
 
 namespace Orvane {
 
 namespace {
 
-std::unique_ptr<wxDatagramSocket> open(unsigned short port) {
-    wxIPV4address address;
-    address.Hostname("0.0.0.0");
-    address.Service(port);
-    const int flags = NativeSocket::datagramFlags() | wxSOCKET_BROADCAST;
-    return std::make_unique<wxDatagramSocket>(address, flags);
-}
+using asio::ip::udp;
+
+class SystemCalls : public DatagramCalls {
+  public:
+    explicit SystemCalls(unsigned short port) {
+        const SocketHandle handle = SocketSetup::openDatagram();
+        SocketSetup::ignoreAbsentPeers(handle);
+        asio::error_code error;
+        socket.assign(udp::v4(), static_cast<udp::socket::native_handle_type>(handle), error);
+        if (error)
+            return;
+        socket.set_option(udp::socket::broadcast(true), error);
+        socket.non_blocking(true, error);
+        socket.bind({udp::v4(), port}, error);
+        bound = !error;
+    }
+
+    bool isBound() const override { return bound; }
+    Endpoint localEndpoint() const override {
+        asio::error_code error;
+        return socket.local_endpoint(error);
+    }
+    std::size_t receiveFrom(asio::mutable_buffer buffer, Endpoint& sender,
+                            asio::error_code& error) override {
+        return socket.receive_from(buffer, sender, 0, error);
+    }
+    void sendTo(asio::const_buffer bytes, const Endpoint& receiver) override {
+        asio::error_code ignored;
+        socket.send_to(bytes, receiver, 0, ignored);
+    }
+
+  private:
+    udp::socket socket{networkContext()};
+    bool bound = false;
+};
 
 }  // namespace
 
+struct DatagramSocket::State {
+    std::unique_ptr<DatagramCalls> calls;
+    std::optional<DatagramCalls::Endpoint> sender;
+};
+
 DatagramSocket::DatagramSocket(unsigned short port)
-    : socket(open(port)), sender(std::make_unique<wxIPV4address>()) {
-    if (isOk())
-        NativeSocket::isolate(handle());
-}
+    : DatagramSocket(std::make_unique<SystemCalls>(port)) {}
+
+DatagramSocket::DatagramSocket(std::unique_ptr<DatagramCalls> systemCalls)
+    : state(new State{std::move(systemCalls), std::nullopt}) {}
 
 DatagramSocket::~DatagramSocket() = default;
 
-NativeSocket::Handle DatagramSocket::handle() const {
-    return static_cast<NativeSocket::Handle>(socket->GetSocket());
-}
-
 bool DatagramSocket::isOk() const {
-    return socket->IsOk();
+    return state->calls->isBound();
 }
 
 String DatagramSocket::localAddress() const {
-    wxIPV4address address;
-    return socket->GetLocal(address) ? fromToolkit(address.IPAddress()) : String();
+    return String(state->calls->localEndpoint().address().to_string());
 }
 
-bool DatagramSocket::receive(void* buffer, std::size_t size) {
-    // Not by waiting: a datagram with a wrong checksum ends the wait and is then not there, and the
-    // toolkit would wait for the next one.
-    using NativeSocket::Outcome;
-    const Outcome waiting = NativeSocket::peek(handle(), buffer, size).outcome;
-    // An error is the answer to an earlier datagram, and forgotten once it is told.
-    if (waiting == Outcome::Moved || waiting == Outcome::Ended)
-        socket->RecvFrom(*sender, buffer, static_cast<wxUint32>(size));
-    return waiting != Outcome::WouldBlock;
+DatagramSocket::Arrival DatagramSocket::receive(void* buffer, std::size_t size) {
+    asio::error_code error;
+    DatagramCalls::Endpoint from;
+    state->sender.reset();
+    state->calls->receiveFrom(asio::buffer(buffer, size), from, error);
+    if (error == asio::error::would_block || error == asio::error::try_again)
+        return Arrival::Nothing;
+    // Some systems say of one that was cut that it is too long; it is there all the same.
+    if (error && error != asio::error::message_size)
+        return Arrival::Error;
+    state->sender = from;
+    return Arrival::Datagram;
 }
 
 String DatagramSocket::senderAddress() const {
-    return fromToolkit(sender->IPAddress());
+    return state->sender ? String(state->sender->address().to_string()) : String();
 }
 
 void DatagramSocket::reply(const void* bytes, std::size_t size) {
-    send(*sender, bytes, size);
-}
-
-void DatagramSocket::send(const wxIPV4address& to, const void* bytes, std::size_t size) {
-    // Past the toolkit: it waits for room when a slow link has filled the socket's buffer.
-    NativeSocket::sendTo(handle(), bytes, size, to.GetAddressData(),
-                         static_cast<std::size_t>(to.GetAddressDataLen()));
+    if (state->sender)
+        state->calls->sendTo(asio::buffer(bytes, size), *state->sender);
 }
 
 bool DatagramSocket::sendTo(const String& host, unsigned short port, const void* bytes,
                             std::size_t size) {
-    wxIPV4address address;
-    if (!address.Hostname(toToolkit(host)) || !address.Service(port))
+    const auto address = resolve(host);
+    if (!address)
         return false;
-    send(address, bytes, size);
+    state->calls->sendTo(asio::buffer(bytes, size),
+                         {asio::ip::make_address(toAnsi(*address)), port});
     return true;
 }
 

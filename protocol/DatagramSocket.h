@@ -4,18 +4,18 @@
 #include <memory>
 
 #include "OrvaneCore/String.h"
-#include "protocol/NativeSocket.h"
-
-class wxDatagramSocket;
-class wxIPV4address;
 
 namespace Orvane {
+
+class DatagramCalls;
 
 /// A UDP socket on which nothing ever waits. Used by one thread at a time.
 class DatagramSocket {
   public:
     /// Bound to all interfaces; port 0 lets the system choose.
     explicit DatagramSocket(unsigned short port);
+    /// With calls of another's making, for what systems answer only now and then.
+    explicit DatagramSocket(std::unique_ptr<DatagramCalls> systemCalls);
     ~DatagramSocket();
     DatagramSocket(const DatagramSocket&) = delete;
     DatagramSocket& operator=(const DatagramSocket&) = delete;
@@ -24,22 +24,26 @@ class DatagramSocket {
     /// Dotted address of this end.
     String localAddress() const;
 
-    /// Takes one datagram, cut to `size` bytes, and remembers its sender. False when none is there;
-    /// an empty one, or an error in its place, leaves the buffer as it was.
-    bool receive(void* buffer, std::size_t size);
-    /// Dotted address of the last datagram's sender.
+    enum class Arrival {
+        Nothing,   ///< none is there
+        Datagram,  ///< one was taken, cut to the buffer's size; it may be empty
+        Error      ///< something stood in one's place and has been taken away; others may follow
+    };
+    /// Takes one datagram and its sender. Leaves the buffer as it was if there is none, and then
+    /// nobody is the sender.
+    [[nodiscard]] Arrival receive(void* buffer, std::size_t size);
+    /// Dotted address of the last receive's sender; empty without one.
     String senderAddress() const;
-    /// To the last datagram's sender. The result is not known: datagrams may be lost anyway.
+    /// To the last receive's sender, if there is one. The result is not known: datagrams may be
+    /// lost anyway.
     void reply(const void* bytes, std::size_t size);
     /// To a name, dotted or broadcast address. False when the name does not resolve.
-    bool sendTo(const String& host, unsigned short port, const void* bytes, std::size_t size);
+    [[nodiscard]] bool sendTo(const String& host, unsigned short port, const void* bytes,
+                              std::size_t size);
 
   private:
-    NativeSocket::Handle handle() const;
-    void send(const wxIPV4address& to, const void* bytes, std::size_t size);
-
-    std::unique_ptr<wxDatagramSocket> socket;
-    std::unique_ptr<wxIPV4address> sender;
+    struct State;
+    std::unique_ptr<State> state;
 };
 
 }  // namespace Orvane

@@ -69,7 +69,10 @@ std::optional<bool> takeArrived(Connection& connection, String& text,
     const auto* zero = std::find(arrived.data(), arrived.data() + size, '\0');
     const auto length = static_cast<std::size_t>(zero - arrived.data());
     const bool complete = length < size;
-    connection.read(arrived.data(), complete ? length + 1 : length);
+    // It has arrived, so it is there.
+    const std::size_t taken = complete ? length + 1 : length;
+    if (connection.read(arrived.data(), taken) != taken)
+        return std::nullopt;
     // Each byte is one character by itself, whatever its neighbours are.
     for (std::size_t i = 0; i < length; ++i)
         text.appendNarrow({&arrived[i], 1});

@@ -1,56 +1,74 @@
 #include "protocol/Listener.h"
 
-#include <wx/socket.h>
-
+#include <asio/ip/tcp.hpp>
 #include <thread>
+
+#include "protocol/NetworkContext.h"
+#include "protocol/SocketSetup.h"
 
 namespace Orvane {
 
 namespace {
 
+using asio::ip::tcp;
+
 constexpr std::chrono::milliseconds pauseAfterFailure{100};
 
-std::unique_ptr<wxSocketServer> listen(Listener::Reach reach, unsigned short port) {
-    wxIPV4address address;
-    if (reach == Listener::Reach::Loopback)
-        address.LocalHost();
-    else
-        address.Hostname("0.0.0.0");
-    address.Service(port);
-    return std::make_unique<wxSocketServer>(address, NativeSocket::listenerFlags());
+tcp::endpoint endpointOf(Listener::Reach reach, unsigned short port) {
+    return {reach == Listener::Reach::Loopback ? asio::ip::address_v4::loopback()
+                                               : asio::ip::address_v4::any(),
+            port};
 }
 
 }  // namespace
 
+struct Listener::Native {
+    explicit Native(const tcp::endpoint& endpoint) {
+        const SocketHandle handle = SocketSetup::openStream();
+        SocketSetup::claimPort(handle);
+        acceptor.assign(tcp::v4(), static_cast<tcp::acceptor::native_handle_type>(handle), error);
+        const auto step = [this](auto call) {
+            if (!error)
+                call();
+        };
+        step([&] { acceptor.bind(endpoint, error); });
+        step([&] { acceptor.listen(tcp::acceptor::max_listen_connections, error); });
+        // A connection may vanish between being announced and being accepted.
+        step([&] { acceptor.non_blocking(true, error); });
+    }
+
+    SocketHandle handle() { return static_cast<SocketHandle>(acceptor.native_handle()); }
+
+    asio::error_code error;
+    tcp::acceptor acceptor{networkContext()};
+};
+
 Listener::Listener(Reach reach, unsigned short port, int timeoutSeconds)
-    : socket(listen(reach, port)), acceptTimeoutSeconds(timeoutSeconds) {
-    if (isOk())
-        NativeSocket::isolate(static_cast<NativeSocket::Handle>(socket->GetSocket()));
-}
+    : native(std::make_unique<Native>(endpointOf(reach, port))),
+      acceptTimeoutSeconds(timeoutSeconds) {}
 
 Listener::~Listener() = default;
 
 bool Listener::isOk() const {
-    return socket->IsOk();
+    return !native->error;
 }
 
 std::unique_ptr<Connection> Listener::accept() {
     const std::chrono::seconds longest(acceptTimeoutSeconds);
-    // The toolkit's own accept on an unbound socket raises its assertion and then crashes.
     if (!isOk()) {
         std::this_thread::sleep_for(longest);
         return nullptr;
     }
-    const auto handle = static_cast<NativeSocket::Handle>(socket->GetSocket());
-    if (!NativeSocket::waitReadable(handle, longest))
+    WaitedSocket waited{native->handle()};
+    if (!waitForSockets({&waited, 1}, SocketClock::now() + longest))
         return nullptr;
-    auto accepted = std::make_unique<wxSocketBase>(NativeSocket::streamFlags(), wxSOCKET_BASE);
-    if (!socket->AcceptWith(*accepted, false)) {
+    const SocketHandle accepted = SocketSetup::accept(native->handle());
+    if (accepted == noSocket) {
         // A process that is out of descriptors is told of the waiting connection again and again.
         std::this_thread::sleep_for(pauseAfterFailure);
         return nullptr;
     }
-    return std::make_unique<Connection>(accepted.release());
+    return std::make_unique<Connection>(accepted);
 }
 
 }  // namespace Orvane

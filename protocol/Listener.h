@@ -4,8 +4,6 @@
 
 #include "protocol/Connection.h"
 
-class wxSocketServer;
-
 namespace Orvane {
 
 /// A listening TCP socket. Used by one thread at a time.
@@ -21,10 +19,11 @@ class Listener {
     /// False when the port could not be bound; accept() then only waits.
     bool isOk() const;
     /// The next connection, or null after the time-out.
-    std::unique_ptr<Connection> accept();
+    [[nodiscard]] std::unique_ptr<Connection> accept();
 
   private:
-    std::unique_ptr<wxSocketServer> socket;
+    struct Native;
+    std::unique_ptr<Native> native;
     int acceptTimeoutSeconds;
 };
 

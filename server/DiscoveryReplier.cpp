@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <optional>
 #include <thread>
 
 #include "OrvaneCore/Str.h"
-#include "protocol/DatagramSocket.h"
 #include "protocol/Framing.h"
 #include "protocol/Messages.h"
 #include "protocol/Ports.h"
@@ -40,41 +38,27 @@ String noReplyLine() {
            " discovery pings in " + Str::toWString(seconds) + " seconds from ";
 }
 
+void reply(DatagramSocket& socket) {
+    const std::string bytes = wireBytes(DiscoveryReply::text());
+    for (int i = 0; i < replies; ++i)
+        socket.reply(bytes.data(), bytes.size());
+}
+
+std::unique_ptr<DatagramSocket> openDiscoverySocket() {
+    return std::make_unique<DatagramSocket>(discoveryPort);
+}
+
 }  // namespace
-
-class PingSocket {
-  public:
-    bool isOk() const { return socket.isOk(); }
-    String localAddress() const { return socket.localAddress(); }
-    String senderAddress() const { return socket.senderAddress(); }
-
-    /// The text of a waiting datagram up to its first zero; nothing when none waits.
-    std::optional<String> receive() {
-        // One byte more than is received: the text always ends in a zero.
-        std::array<char, 256> buffer{};
-        if (!socket.receive(buffer.data(), buffer.size() - 1))
-            return std::nullopt;
-        return String(buffer.data());
-    }
-
-    void reply() {
-        const std::string bytes = wireBytes(DiscoveryReply::text());
-        for (int i = 0; i < replies; ++i)
-            socket.reply(bytes.data(), bytes.size());
-    }
-
-  private:
-    DatagramSocket socket{discoveryPort};
-};
 
 bool isAnswered(const String& ping, const DrConfig& config) {
     const auto request = DiscoveryRequest::read(ping);
     return request && !config.hostPath(request->year).isEmpty();
 }
 
-DiscoveryReplier::DiscoveryReplier(DrLog& target, const DrConfig& settings)
+DiscoveryReplier::DiscoveryReplier(DrLog& target, const DrConfig& settings, SocketOpener opener)
     : log(target),
       config(settings),
+      openSocket(opener != nullptr ? opener : openDiscoverySocket),
       ignoredPings(target, pingLine),
       answeredPings(target, replyLine, mostAnsweredLines),
       unansweredPings(target, noReplyLine()) {
@@ -88,16 +72,16 @@ DiscoveryReplier::~DiscoveryReplier() {
 }
 
 void DiscoveryReplier::serve() {
-    PingSocket socket;
-    if (!socket.isOk()) {
+    const auto socket = openSocket();
+    if (!socket->isOk()) {
         log.log(String("Cannot bind to discovery port (UDP ") + Str::toWString(discoveryPort) +
                 ")");
         return;
     }
-    log.log(String("Starting UDP socket, local hostname: ") + socket.localAddress());
+    log.log(String("Starting UDP socket, local hostname: ") + socket->localAddress());
     int quick = 0;  // polls before the pace slows down again
     while (!stopRequested) {
-        quick = takeWaiting(socket) >= flood ? quickPolls : std::max(quick - 1, 0);
+        quick = takeWaiting(*socket) >= flood ? quickPolls : std::max(quick - 1, 0);
         std::this_thread::sleep_for(quick > 0 ? floodPollPeriod : Timeouts::discoveryPoll);
         ignoredPings.tick();
         answeredPings.tick();
@@ -105,19 +89,23 @@ void DiscoveryReplier::serve() {
     }
 }
 
-int DiscoveryReplier::takeWaiting(PingSocket& socket) {
+int DiscoveryReplier::takeWaiting(DatagramSocket& socket) {
     int taken = 0;
-    for (; taken < mostAtOnce; ++taken) {
-        const std::optional<String> ping = socket.receive();
-        if (!ping)
+    for (int turn = 0; turn < mostAtOnce; ++turn) {
+        // One byte more than is received: the text always ends in a zero.
+        std::array<char, 256> ping{};
+        const auto arrival = socket.receive(ping.data(), ping.size() - 1);
+        if (arrival == DatagramSocket::Arrival::Nothing)
             break;
-        if (!ping->isEmpty())
-            take(socket, *ping);
+        // An error is no datagram, and one that does not pass must not set the pace.
+        taken += arrival == DatagramSocket::Arrival::Datagram ? 1 : 0;
+        if (ping[0] != '\0')
+            take(socket, String(ping.data()));
     }
     return taken;
 }
 
-void DiscoveryReplier::take(PingSocket& socket, const String& ping) {
+void DiscoveryReplier::take(DatagramSocket& socket, const String& ping) {
     if (!isAnswered(ping, config)) {
         ignoredPings.write(pingLine);
         return;
@@ -130,7 +118,7 @@ void DiscoveryReplier::take(PingSocket& socket, const String& ping) {
     const bool logged = answeredPings.admit();
     if (logged)
         log.log(pingLine);
-    socket.reply();
+    reply(socket);
     if (logged)
         log.log(replyLine + sender);
 }

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 
 #include "OrvaneCore/DrLog.h"
 #include "OrvaneCore/misc/multithreading/StandbyThread.h"
 #include "config/DrConfig.h"
+#include "protocol/DatagramSocket.h"
 #include "server/LineFold.h"
 #include "server/ReplyLimit.h"
 
@@ -13,14 +15,14 @@ namespace Orvane {
 /// Whether a datagram's text asks for a host release that is configured.
 bool isAnswered(const String& ping, const DrConfig& config);
 
-class PingSocket;
-
 /// Answers discovery pings for the host releases that are configured, on a thread of its own from
 /// construction to destruction. Created and destroyed by the start-up thread.
 class DiscoveryReplier : private StandbyThread {
   public:
-    /// Both must outlive the replier.
-    DiscoveryReplier(DrLog& target, const DrConfig& settings);
+    using SocketOpener = std::unique_ptr<DatagramSocket> (*)();
+
+    /// Both must outlive the replier. Another opener than the discovery port's is for tests.
+    DiscoveryReplier(DrLog& target, const DrConfig& settings, SocketOpener opener = nullptr);
     ~DiscoveryReplier();
 
     /// Any thread. The loop ends within one poll.
@@ -29,11 +31,12 @@ class DiscoveryReplier : private StandbyThread {
 
   private:
     void serve();
-    int takeWaiting(PingSocket& socket);
-    void take(PingSocket& socket, const String& ping);
+    int takeWaiting(DatagramSocket& socket);
+    void take(DatagramSocket& socket, const String& ping);
 
     DrLog& log;
     const DrConfig& config;
+    SocketOpener openSocket;
     std::atomic<bool> stopRequested = false;
 
     // The loop's own.

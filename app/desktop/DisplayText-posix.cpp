@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "protocol/ToolkitText.h"
+#include "app/desktop/ToolkitText.h"
 
 namespace Orvane {
 

@@ -1,5 +1,5 @@
 #include "app/desktop/DisplayText.h"
-#include "protocol/ToolkitText.h"
+#include "app/desktop/ToolkitText.h"
 
 namespace Orvane {
 

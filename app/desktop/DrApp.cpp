@@ -3,7 +3,6 @@
 #include <wx/cmdline.h>
 #include <wx/imagpng.h>
 #include <wx/log.h>
-#include <wx/socket.h>
 
 #include <cstdlib>
 
@@ -17,7 +16,6 @@ bool DrApp::OnInit() {
     // What the toolkit has to say is for whoever reads the terminal; its own choice are boxes.
     delete wxLog::SetActiveTarget(new wxLogStderr);
     wxApp::OnInit();
-    wxSocketBase::Initialize();
     wxImage::AddHandler(new wxPNGHandler);
     watchForTheEnd();
     auto* window = new DrWindow(serverFailed);

@@ -7,7 +7,6 @@
 #include "app/Console.h"
 #include "app/Service.h"
 #include "app/StopSignal.h"
-#include "protocol/SocketLibrary.h"
 #include "server/Startup.h"
 
 using namespace Orvane;
@@ -66,7 +65,6 @@ class HeadlessProgram {
 
 int serve() {
     const ConsoleText console;
-    const SocketLibrary sockets;
     return HeadlessProgram().run();
 }
 

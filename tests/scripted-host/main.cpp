@@ -13,7 +13,6 @@
 #include "OrvaneCore/FileSystem.h"
 #include "protocol/Framing.h"
 #include "protocol/Ports.h"
-#include "protocol/SocketLibrary.h"
 
 using namespace Orvane;
 
@@ -175,7 +174,6 @@ class Host {
 }  // namespace
 
 int main(int count, char** values) {
-    const SocketLibrary sockets;
     Host(count, values).follow();
     return 0;
 }

@@ -10,7 +10,6 @@
 #include "protocol/Framing.h"
 #include "protocol/Listener.h"
 #include "protocol/Messages.h"
-#include "protocol/SocketLibrary.h"
 
 using namespace Orvane;
 
@@ -86,7 +85,6 @@ class Streams : public testing::Test {
     }
 
     static constexpr int patience = 20;
-    SocketLibrary sockets;
     std::unique_ptr<Connection> nearEnd, farEnd;
 };
 

@@ -7,7 +7,6 @@
 #include "OrvaneCore/Str.h"
 #include "PluginLink.h"
 #include "Rendering.h"
-#include "protocol/SocketLibrary.h"
 
 namespace Orvane {
 
@@ -75,7 +74,6 @@ class DemoHost {
 
 void run(int argc, const char* const* argv) {
     const HostArguments arguments({argv + 1, argv + argc});
-    const SocketLibrary sockets;
     DemoHost(arguments).run();
 }
 

@@ -13,6 +13,7 @@
 #include "OrvaneCore/RandomSource.h"
 #include "SceneFile.h"
 #include "protocol/Ports.h"
+#include "protocol/Resolve.h"
 #include "protocol/Timeouts.h"
 
 namespace Orvane {

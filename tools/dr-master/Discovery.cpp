@@ -1,7 +1,5 @@
 #include "Discovery.h"
 
-#include <wx/socket.h>
-
 #include <array>
 #include <thread>
 
@@ -9,18 +7,10 @@
 #include "protocol/Framing.h"
 #include "protocol/Messages.h"
 #include "protocol/Ports.h"
-#include "protocol/ToolkitText.h"
 
 namespace Orvane {
 
 using std::chrono::milliseconds;
-
-std::optional<String> resolve(const String& host) {
-    wxIPV4address address;
-    if (!address.Hostname(toToolkit(host)))
-        return std::nullopt;
-    return fromToolkit(address.IPAddress());
-}
 
 Discovery::Discovery(const String& target, int hostVersion)
     : socket(0), sent(std::chrono::steady_clock::now()) {
@@ -39,7 +29,8 @@ milliseconds Discovery::elapsed() const {
 
 bool Discovery::receive() {
     std::array<char, 256> text{};
-    return socket.receive(text.data(), text.size() - 1) && DiscoveryReply::read(text.data());
+    return socket.receive(text.data(), text.size() - 1) == DatagramSocket::Arrival::Datagram &&
+           DiscoveryReply::read(text.data());
 }
 
 std::optional<Discovery::Answer> Discovery::next(milliseconds window) {

@@ -14,9 +14,6 @@ namespace Orvane {
 
 constexpr const char* broadcastAddress = "255.255.255.255";
 
-/// A name's dotted address; nothing when it does not resolve.
-std::optional<String> resolve(const String& host);
-
 /// One discovery ping and those who answer it.
 class Discovery {
   public:

@@ -4,7 +4,6 @@
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/Str.h"
 #include "protocol/Framing.h"
-#include "protocol/NativeSocket.h"
 #include "protocol/Ports.h"
 #include "protocol/Timeouts.h"
 
@@ -40,7 +39,7 @@ JobSession::JobSession(std::unique_ptr<Connection> connected, const FrameInfo& j
 void JobSession::shakeHands(const FrameInfo& job, std::chrono::milliseconds patience) {
     // A busy server finds this handshake in its queue even when this master has given up. Only a
     // reset keeps it from starting a host for nobody.
-    NativeSocket::resetOnClose(connection->handle(), true);
+    connection->resetOnClose(true);
     // A server that has gone is found out by the answer that does not come.
     (void)writeMessage(*connection, MasterHandshake{job}.text(), Timeouts::commandWriteSeconds);
     char first = 0;
@@ -51,7 +50,7 @@ void JobSession::shakeHands(const FrameInfo& job, std::chrono::milliseconds pati
         throw Failure(
             ExitStatus::Refused, "The server refused the handshake",
             "The log of the DR server says why, if it is a DR server that listens there.");
-    NativeSocket::resetOnClose(connection->handle(), false);
+    connection->resetOnClose(false);
 }
 
 void JobSession::sendScene(InputFile& scene, ProgressBar& progress) {

@@ -4,7 +4,6 @@
 #include "CommandLine.h"
 #include "OrvaneCore/ConsoleText.h"
 #include "Terminal.h"
-#include "protocol/SocketLibrary.h"
 
 using Orvane::ExitStatus;
 
@@ -20,7 +19,6 @@ ExitStatus report(ExitStatus status, const char* what, const std::string& remedy
 ExitStatus run(int argc, const char* const* argv) {
     const Orvane::ConsoleText console;
     try {
-        const Orvane::SocketLibrary sockets;
         Orvane::Terminal::prepare();
         return Orvane::runCommandLine(argc, argv);
     } catch (const Orvane::Failure& failure) {

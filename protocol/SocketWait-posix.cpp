@@ -1,0 +1,54 @@
+#include "protocol/SocketWait.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <vector>
+
+namespace Orvane {
+
+namespace {
+
+int millisecondsUntil(SocketClock::time_point deadline) {
+    using std::chrono::milliseconds;
+    constexpr milliseconds longest = std::chrono::hours(24);
+    const auto now = SocketClock::now();
+    if (deadline <= now)
+        return 0;
+    // Rounded up, or the last millisecond would be spent spinning.
+    return static_cast<int>(
+        std::min(std::chrono::ceil<milliseconds>(deadline - now), longest).count());
+}
+
+bool pollUntil(std::span<pollfd> waited, SocketClock::time_point deadline) {
+    for (;;) {
+        const int result = poll(waited.data(), waited.size(), millisecondsUntil(deadline));
+        if (result > 0)
+            return true;
+        const bool interrupted = result < 0 && errno == EINTR;
+        if (!interrupted && SocketClock::now() >= deadline)
+            return false;
+    }
+}
+
+}  // namespace
+
+bool waitForSockets(std::span<WaitedSocket> sockets, SocketClock::time_point deadline) {
+    // Most waits are for one: those take no memory.
+    std::array<pollfd, 1> single;
+    std::vector<pollfd> several(sockets.size() > single.size() ? sockets.size() : 0);
+    const std::span<pollfd> waited =
+        several.empty() ? std::span<pollfd>(single).first(sockets.size()) : several;
+    for (std::size_t i = 0; i < sockets.size(); ++i) {
+        const short events = sockets[i].forWriting ? POLLOUT : POLLIN;
+        waited[i] = {static_cast<int>(sockets[i].socket), events, 0};
+    }
+    const bool any = pollUntil(waited, deadline);
+    for (std::size_t i = 0; i < sockets.size(); ++i)
+        sockets[i].ready = waited[i].revents != 0;
+    return any;
+}
+
+}  // namespace Orvane
