@@ -61,23 +61,61 @@ Var Failure
 !macroend
 !define Run "!insertmacro Run"
 
+; The value of the switch $R8, such as "/LOG=", in $R9, or nothing. Up to the next blank, or to the
+; next quotation mark if one stands before or behind the switch: values may have blanks and slashes.
+Function SwitchValue
+  StrCpy $R9 ""
+  StrLen $R7 $R8
+  ${For} $R6 0 1000
+    StrCpy $R5 $R0 $R7 $R6
+    ${If} $R5 == ""
+      Return
+    ${ElseIf} $R5 == $R8
+      ${ExitFor}
+    ${EndIf}
+  ${Next}
+  IntOp $R4 $R6 - 1
+  StrCpy $R5 $R0 1 $R4
+  IntOp $R6 $R6 + $R7
+  StrCpy $R4 " "
+  ${If} $R5 == '"'
+    StrCpy $R4 '"'
+  ${EndIf}
+  StrCpy $R5 $R0 1 $R6
+  ${If} $R5 == '"'
+    StrCpy $R4 '"'
+    IntOp $R6 $R6 + 1
+  ${EndIf}
+  ${Do}
+    StrCpy $R5 $R0 1 $R6
+    ${If} $R5 == ""
+    ${OrIf} $R5 == $R4
+      Return
+    ${EndIf}
+    StrCpy $R9 "$R9$R5"
+    IntOp $R6 $R6 + 1
+  ${Loop}
+FunctionEnd
+
+!macro ReadValue SWITCH VARIABLE DEFAULT
+  StrCpy $R8 "${SWITCH}"
+  Call SwitchValue
+  ${If} $R9 == ""
+    StrCpy $R9 "${DEFAULT}"
+  ${EndIf}
+  StrCpy ${VARIABLE} $R9
+!macroend
+!define ReadValue "!insertmacro ReadValue"
+
 ; Switches that both know: /LOG=FILE, /WAIT=SECONDS.
 !macro ReadCommonSwitches DEFAULT_LOG
   ${GetParameters} $R0
-  ClearErrors
-  ${GetOptions} $R0 "/LOG=" $R1
-  ${If} ${Errors}
-    StrCpy $R1 "${DEFAULT_LOG}"
-  ${EndIf}
+  ${ReadValue} "/LOG=" $R1 "${DEFAULT_LOG}"
+  ${ReadValue} "/WAIT=" $Patience 900
   FileOpen $LogFile $R1 a
   FileSeek $LogFile 0 END
   ${GetTime} "" "L" $1 $2 $3 $4 $5 $6 $7
   FileWrite $LogFile "$3-$2-$1 $5:$6:$7 ${NAME} ${VERSION}: $CMDLINE$\r$\n"
-  ClearErrors
-  ${GetOptions} $R0 "/WAIT=" $Patience
-  ${If} ${Errors}
-    StrCpy $Patience 900
-  ${EndIf}
   StrCpy $Failure 0
 !macroend
 

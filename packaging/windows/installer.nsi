@@ -44,7 +44,7 @@ FunctionEnd
 
 ; For each program, because a rule that names none opens the port for all.
 !macro FirewallRule TITLE PROGRAM PROTOCOL PORT
-  ${Run} '"$SYSDIR\netsh.exe" advfirewall firewall add rule name="${NAME} (${TITLE})" dir=in action=allow program="$INSTDIR\${PROGRAM}" protocol=${PROTOCOL} localport=${PORT} profile=domain,private$RemoteScope'
+  ${Run} '"$SYSDIR\netsh.exe" advfirewall firewall add rule name="${NAME} (${TITLE})" dir=in action=allow program="$INSTDIR\${PROGRAM}" protocol=${PROTOCOL} localport=${PORT} profile=domain,private$R1'
   ${If} $0 != 0
     StrCpy $Failure ${FIREWALL_FAILED}
   ${EndIf}
@@ -101,7 +101,11 @@ Section "Start when a user logs on" SecLogon
 SectionEnd
 
 Section "Firewall rules (UDP 19666, TCP 19668)" SecFirewall
-  ${Say} "Adding firewall rules$RemoteScope"
+  StrCpy $R1 ""
+  ${If} $RemoteScope != ""
+    StrCpy $R1 " remoteip=$RemoteScope"
+  ${EndIf}
+  ${Say} "Adding firewall rules$R1"
   !insertmacro FirewallRule "discovery" "dr-server.exe" UDP 19666
   !insertmacro FirewallRule "discovery" "dr-server-headless.exe" UDP 19666
   !insertmacro FirewallRule "masters" "dr-server.exe" TCP 19668
@@ -117,9 +121,6 @@ Section /o "Windows service, without a window" SecService
   StrCpy $R1 ""
   ${If} $Account != ""
     StrCpy $R1 ' --account "$Account"'
-  ${EndIf}
-  ${If} $PasswordFile == ""
-    StrCpy $PasswordFile "NUL"
   ${EndIf}
   ${Run} '"$SYSDIR\cmd.exe" /d /s /c ""$INSTDIR\dr-server-headless.exe" --install-service$R1 < "$PasswordFile" 2>&1"'
   ${If} $0 != 0
@@ -143,6 +144,7 @@ Section "-end"
     IntOp $0 $0 & ${SF_SELECTED}
     WriteRegDWORD HKLM "${UNINSTALL}" "Component$1" $0
   ${Next}
+  WriteRegStr HKLM "${UNINSTALL}" "RemoteScope" $RemoteScope
   ${Say} "Done: $Failure"
   FileClose $LogFile
   SetErrorLevel $Failure
@@ -221,12 +223,8 @@ Function .onInit
     !insertmacro UnselectSection ${SecLogon}
   ${EndIf}
   !insertmacro ReadSwitch "LOGON" ${SecLogon}
-  ClearErrors
-  ${GetOptions} $R0 "/ACCOUNT=" $Account
-  ${GetOptions} $R0 "/PASSWORDFILE=" $PasswordFile
-  ClearErrors
-  ${GetOptions} $R0 "/REMOTE=" $R1
-  ${IfNot} ${Errors}
-    StrCpy $RemoteScope " remoteip=$R1"
-  ${EndIf}
+  ${ReadValue} "/ACCOUNT=" $Account ""
+  ${ReadValue} "/PASSWORDFILE=" $PasswordFile "NUL"
+  ReadRegStr $RemoteScope HKLM "${UNINSTALL}" "RemoteScope"
+  ${ReadValue} "/REMOTE=" $RemoteScope $RemoteScope
 FunctionEnd

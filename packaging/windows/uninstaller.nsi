@@ -22,6 +22,26 @@ Function .onInit
 go:
 FunctionEnd
 
+; This program is still running: a batch file removes it when it has ended, then the folder, unless
+; something else lies there, then itself. Names are arguments, because they may have any letters.
+Function RemoveThisLater
+  GetTempFileName $0
+  ClearErrors
+  Rename $0 "$0.bat"
+  ${IfNot} ${Errors}
+    FileOpen $1 "$0.bat" w
+    FileWrite $1 "@echo off$\r$\n:again$\r$\n"
+    FileWrite $1 "del /q %1 2>nul$\r$\n"
+    FileWrite $1 'if exist %1 "$SYSDIR\ping.exe" -n 2 127.0.0.1 >nul$\r$\n'
+    FileWrite $1 "set n=%n%x$\r$\n"
+    FileWrite $1 "if %n%==xxxxxxxxxxxxxxxxxxxxxxxxxxxxxx goto end$\r$\n"
+    FileWrite $1 "if exist %1 goto again$\r$\n"
+    FileWrite $1 ":end$\r$\nrd %2 2>nul$\r$\ndel /q %0$\r$\n"
+    FileClose $1
+    ExecShell "open" "$0.bat" '"$EXEPATH" "$INSTDIR"' SW_HIDE
+  ${EndIf}
+FunctionEnd
+
 Section
   SetShellVarContext all
   !insertmacro StopServers "$INSTDIR\dr-server-headless.exe"
@@ -47,7 +67,5 @@ Section
   ${Say} "Done: 0"
   FileClose $LogFile
   SetOutPath "$TEMP"
-  ; This program is still running: the interpreter waits for its end, then removes it and the folder,
-  ; unless something else lies there.
-  Exec '"$SYSDIR\cmd.exe" /d /c for /l %i in (1,1,100) do @(del /q "$EXEPATH" 2>nul & if exist "$EXEPATH" ("$SYSDIR\ping.exe" -n 2 127.0.0.1 >nul) else (rd "$INSTDIR" 2>nul & exit))'
+  Call RemoveThisLater
 SectionEnd
