@@ -117,6 +117,10 @@ bool isRegularFile(const String& path) {
     return findEntry(path, found) && (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
+bool exists(const String& path) {
+    return attributes(path) != INVALID_FILE_ATTRIBUTES;
+}
+
 bool isFolder(const String& path) {
     const DWORD found = GetFileAttributesW(longPath(path).c_str());
     return found != INVALID_FILE_ATTRIBUTES && (found & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -128,6 +132,20 @@ bool deleteFile(const String& path) {
 
 bool copyFile(const String& from, const String& to) {
     return CopyFileW(longPath(from).c_str(), longPath(to).c_str(), FALSE) != 0;
+}
+
+bool renameFile(const String& from, const String& to) {
+    return MoveFileExW(native(from), native(to), MOVEFILE_REPLACE_EXISTING) != 0;
+}
+
+bool emptyFile(const String& path) {
+    const HANDLE file = CreateFileW(native(path), GENERIC_WRITE,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    TRUNCATE_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return false;
+    CloseHandle(file);
+    return true;
 }
 
 bool makeFolder(const String& path) {

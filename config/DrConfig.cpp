@@ -1,7 +1,11 @@
 #include "config/DrConfig.h"
 
+#include <optional>
+
 #include "OrvaneCore/Exception.h"
+#include "OrvaneCore/FileSystem.h"
 #include "OrvaneCore/MessageBox.h"
+#include "OrvaneCore/Registry.h"
 #include "OrvaneCore/Str.h"
 #include "OrvaneCore/TextFileReader.h"
 
@@ -13,6 +17,21 @@ std::size_t slotOf(std::int32_t year) {
     return static_cast<std::size_t>(year - firstHostYear);
 }
 
+/// The value of "Name = 12": decimal digits and nothing else. Nothing if it is anything else.
+std::optional<std::int32_t> numberBehindEquals(const String& rest) {
+    constexpr std::size_t mostDigits = 9;
+    String text = rest;
+    Str::trimWhitespace(text);
+    if (!Str::startsWith(text, u"="))
+        return std::nullopt;
+    text = String(text.view().substr(1));
+    Str::trimWhitespace(text);
+    const std::u16string_view digits = text.view();
+    const bool isNumber = !digits.empty() && digits.size() <= mostDigits &&
+                          digits.find_first_not_of(u"0123456789") == digits.npos;
+    return isNumber ? std::optional(Str::leadingInteger(toAnsi(text))) : std::nullopt;
+}
+
 }  // namespace
 
 const String& DrConfig::hostPath(std::int32_t year) const {
@@ -20,17 +39,25 @@ const String& DrConfig::hostPath(std::int32_t year) const {
     return isHostYear(year) ? hostPaths[slotOf(year)] : none;
 }
 
-void DrConfig::detectHosts() {
+void DrConfig::detectHosts(DrLog& log) {
+    const String obstacle = registryObstacle();
+    if (!obstacle.isEmpty())
+        log.log(String("Cannot look for installed hosts: ") + obstacle);
     for (std::int32_t year = firstHostYear; year <= lastHostYear; ++year)
         findHostInstallation(year, hostPaths[slotOf(year)]);
 }
 
 void DrConfig::load(const String& path, DrLog& log) {
-    detectHosts();
+    detectHosts(log);
     TextFileReader reader;
     try {
         reader.open(path);
     } catch (const Exception&) {
+        if (FileSystem::isRegularFile(path)) {
+            // Somebody's settings, which a default must not replace.
+            log.log(String("The config file cannot be read, and is left as it is: ") + path);
+            return;
+        }
         log.log("Cannot read the config file, default one will be created");
         createDefaultFile(path, log);
         return;
@@ -71,7 +98,8 @@ bool DrConfig::takeSetting(const String& line) {
         std::u16string_view name;  // in lower case; written in any
         bool (DrConfig::*take)(const String& rest);
     };
-    constexpr std::array settings = {Setting{u"retainexr", &DrConfig::takeRetainExr}};
+    constexpr std::array settings = {Setting{u"retainexr", &DrConfig::takeRetainExr},
+                                     Setting{u"logmegabytes", &DrConfig::takeLogMegabytes}};
     String lower = line;
     Str::toLower(lower);
     for (const Setting& setting : settings) {
@@ -84,6 +112,15 @@ bool DrConfig::takeSetting(const String& line) {
 bool DrConfig::takeRetainExr(const String& rest) {
     // Whatever stands between, and in this case only.
     retainExr = Str::endsWith(rest, u"true");
+    return true;
+}
+
+bool DrConfig::takeLogMegabytes(const String& rest) {
+    constexpr std::uint64_t bytesOfMegabyte = 1000000;
+    const std::optional<std::int32_t> megabytes = numberBehindEquals(rest);
+    if (!megabytes)
+        return false;
+    mostLogBytes = static_cast<std::uint64_t>(*megabytes) * bytesOfMegabyte;
     return true;
 }
 

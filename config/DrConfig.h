@@ -18,20 +18,24 @@ class DrConfig {
     /// Ends in "/". Paths add another one, which every platform takes as one.
     String dataFolder;
 
+    /// Logs that have grown to so many bytes are moved aside; 0: never.
+    std::uint64_t mostLogBytes = 0;
+
     /// Install folder of a release, empty when there is none or the year is out of range.
     const String& hostPath(std::int32_t year) const;
 
     /// Looks for installed hosts, then lets the file at `path` override what was found. Writes a
     /// default file when there is none; when that fails the user is told and `log` closes the
-    /// program.
+    /// program. A file that is there and cannot be read is left as it is.
     void load(const String& path, DrLog& log);
 
   private:
-    void detectHosts();
+    void detectHosts(DrLog& log);
     void readFile(class TextFileReader& reader, DrLog& log);
     bool takeLine(const String& line);
     bool takeSetting(const String& line);
     bool takeRetainExr(const String& rest);
+    bool takeLogMegabytes(const String& rest);
     void createDefaultFile(const String& path, DrLog& log);
     std::int32_t writeDefaultFile(const String& path) const;
 

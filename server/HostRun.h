@@ -1,5 +1,10 @@
 #pragma once
 
+#include <chrono>
+#include <memory>
+
+#include "OrvaneCore/CommandInterpreter.h"
+#include "server/HostOutput.h"
 #include "server/JobServices.h"
 
 namespace Orvane {
@@ -15,18 +20,26 @@ class HostRun {
     HostRun(const HostRun&) = delete;
     HostRun& operator=(const HostRun&) = delete;
 
-    /// Returns as soon as the worker has the line.
-    void start(const String& commandLine);
-    bool isRunning() const { return maxInvoker.isBusy(); }
+    /// Returns as soon as the worker has the line, which appends the host's output to `outputPath`.
+    void start(const String& line, const String& outputPath);
+    /// The first call to see that the host has ended puts into the log how, if it was not well.
+    bool isRunning();
     /// Waits for the end without limit; says in the log that it does.
     void waitForEnd();
+    /// How the host ended; when it is no longer running.
+    const CommandResult& result() const { return outcome; }
 
   private:
-    void runLine();
+    void run();
+    bool hasEnded(std::chrono::milliseconds longest);
+    void logEnd();
 
     StandbyThread& maxInvoker;
     DrLog& log;
-    String line;
+    std::unique_ptr<HostOutput> output;
+    std::unique_ptr<Command> command;
+    CommandResult outcome;  // the worker's until it is parked
+    bool endLogged = false;
 };
 
 }  // namespace Orvane

@@ -44,13 +44,14 @@ void RenderJob::run() {
 }
 
 void RenderJob::launchHost() {
+    const String output = hostOutputPath(services.config.dataFolder, log);
     const String line = launchCommand(services.config.hostPath(plan.hostYear), scene.path(),
-                                      services.config, plan.request);
+                                      services.config, plan.request, output);
     log.log(String("Running command:\n") + line);
     // Nothing of an earlier job may reach this master.
     removeDumpFiles(services.config, log);
     services.loopback.drainPendingConnections();
-    host.start(line);
+    host.start(line, output);
 }
 
 bool RenderJob::waitForPlugin() {

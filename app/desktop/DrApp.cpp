@@ -18,8 +18,8 @@ bool DrApp::OnInit() {
     wxApp::OnInit();
     wxImage::AddHandler(new wxPNGHandler);
     watchForTheEnd();
-    auto* window = new DrWindow(serverFailed);
-    WindowPlatform::whenDisplayIsLost([window] { window->closeWithoutDisplay(); });
+    window = new DrWindow(serverFailed);
+    WindowPlatform::whenDisplayIsLost([this] { window->closeWithoutDisplay(); });
     return true;
 }
 
@@ -30,6 +30,7 @@ int DrApp::OnRun() {
 
 void DrApp::OnInitCmdLine(wxCmdLineParser& parser) {
     // The program has read its command line before; nothing on it is the toolkit's.
+    wxApp::OnInitCmdLine(parser);
     parser.SetCmdLine(wxString());
 }
 
@@ -57,8 +58,10 @@ void DrApp::pollStopSignal() {
     // A box waits for a user, at start-up or for the last time, and there is none.
     if (MessageBoxWindows::isOpen())
         std::_Exit(EXIT_FAILURE);
-    if (GetTopWindow() != nullptr)
-        GetTopWindow()->Close(true);
+    if (window != nullptr && window->isMenuOpen())
+        window->closeUnderMenu();
+    else if (window != nullptr)
+        window->Close(true);
 }
 
 void DrApp::pollOtherInstances() {

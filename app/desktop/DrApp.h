@@ -2,10 +2,13 @@
 
 #include <wx/app.h>
 #include <wx/timer.h>
+#include <wx/weakref.h>
 
 #include <memory>
 
+#include "OrvaneCore/StandardStreams.h"
 #include "app/StopSignal.h"
+#include "app/desktop/DrWindow.h"
 #include "app/desktop/MessageBoxWindows.h"
 
 namespace Orvane {
@@ -23,9 +26,11 @@ class DrApp : public wxApp {
     void pollStopSignal();
     void pollOtherInstances();
 
-    StopSignal stopSignal;  // before the toolkit starts threads
+    StandardStreams streams;  // before anything opens the display
+    StopSignal stopSignal;    // before the toolkit starts threads
     MessageBoxWindows messageBoxes;
     std::unique_ptr<wxTimer> stopTimer;
+    wxWeakRef<DrWindow> window;
     bool stopRequested = false;
     bool serverFailed = false;
 };

@@ -3,6 +3,7 @@
 
 #include "OrvaneCore/ConsoleText.h"
 #include "OrvaneCore/Exception.h"
+#include "OrvaneCore/StandardStreams.h"
 #include "app/CommandLine.h"
 #include "app/Console.h"
 #include "app/Service.h"
@@ -71,6 +72,7 @@ int serve() {
 }  // namespace
 
 int main(int count, char** values) {
+    const StandardStreams streams;
     if (const auto status =
             obeyCommandLine("dr-server-headless", headlessOptions(), typedArguments(count, values)))
         return *status;

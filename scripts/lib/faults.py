@@ -46,13 +46,8 @@ def put_dump(node, name, data, mode=0o644, owner=-1):
 
 
 def kill_host(node):
-    def children(process):
-        tasks = Path(f"/proc/{process}/task").iterdir()
-        return [int(child) for task in tasks for child in (task / "children").read_text().split()]
-
-    for shell in children(node.server.pid):
-        for host in children(shell):
-            os.kill(host, signal.SIGKILL)
+    for process in node.host_processes():
+        os.kill(process, signal.SIGKILL)
 
 
 def still_runs(node):
@@ -77,7 +72,7 @@ def halted_output(node):
     whole_job()
     assert still_runs(node)
     with open(reader, "rb") as output:
-        assert output.read().replace(platform.ECHO.encode(), b"") == file.read_bytes()
+        assert output.read() == file.read_bytes()
     assert node.ended() == 0 and b"DR is finished" in file.read_bytes()
 
 
@@ -172,7 +167,7 @@ def no_process_left(node):
     with Master() as master:
         master.job()
         assert master.at_end()
-    assert "Cannot start the command interpreter\nGot no response from 3ds max" in node.final_log()
+    assert re.search("Cannot start the command interpreter: .+\nGot no response", node.final_log())
 
 
 def host_hangs_and_is_killed(node):
@@ -188,7 +183,7 @@ def host_hangs_and_is_killed(node):
             kill_host(node)
         assert master.at_end()
         assert other.receive(len(WELCOME)) == WELCOME
-    assert "Got no response from 3ds max, aborting" in node.final_log(errors="Killed\n")
+    assert "Got no response from 3ds max, aborting" in node.final_log()
 
 
 def plugin_is_gone_at_once(node):

@@ -125,10 +125,13 @@ class Session:
         xdo("mousemove", 500, 300)
         return self.shows(ICON)
 
-    def choose(self, icon, *keys):
-        """Opens the icon's menu and works it with the keyboard."""
+    def open_menu(self, icon):
         self.click(icon, 8, 8, button=3)
         # A tool tip may come as well.
         eventually(lambda: any("POPUP_MENU" in said_by("xprop", "-id", window, "_NET_WM_WINDOW_TYPE")
                                for window in self.windows(ICON)), "a menu")
+
+    def choose(self, icon, *keys):
+        """Opens the icon's menu and works it with the keyboard."""
+        self.open_menu(icon)
         self.press(*keys, "Return")

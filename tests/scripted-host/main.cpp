@@ -19,10 +19,21 @@ using namespace Orvane;
 namespace {
 
 constexpr int patienceSeconds = 120;
+volatile int* const volatile nowhere = nullptr;
 
 [[noreturn]] void fail(const std::string& what) {
     std::cerr << "scripted host: " << what << std::endl;
     std::exit(99);
+}
+
+void check(bool good, const std::string& what) {
+    if (!good)
+        fail(what);
+}
+
+[[noreturn]] void hang() {
+    while (true)
+        std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
 bool exists(const std::string& path) {
@@ -132,6 +143,9 @@ class Host {
         growing << rest;
         growing.close();
     }
+    void input(const std::string&) {
+        check(std::cin.get() == EOF, "there is something on standard input");
+    }
     void leave(const std::string&) {
         char byte = 0;
         server->setTimeout(patienceSeconds);
@@ -167,13 +181,21 @@ class Host {
          [this](const auto& name) { waitUntil(name, [&] { return exists(folder + name); }); }},
         {"mark", [this](const auto& name) { writeWhole(folder + name, ""); }},
         {"print", [](const auto& text) { std::cout << text << std::endl; }},
-        {"exit", [](const auto& status) { std::exit(std::stoi(status)); }},
+        {"complain", [](const auto& text) { std::cerr << text << std::endl; }},
+        {"input", method(&Host::input)},
+        {"shell", [](const auto& line) { check(std::system(line.c_str()) == 0, line); }},
+        {"hang", [](const auto&) { hang(); }},
+        {"crash", [](const auto&) { *nowhere = 1; }},
+        {"exit", [](const auto& status) { std::exit(static_cast<int>(std::stoul(status))); }},
     };
 };
 
 }  // namespace
 
 int main(int count, char** values) {
+    // A process that a host has started and that outlives it.
+    if (count == 2 && values[1] == std::string("linger"))
+        hang();
     Host(count, values).follow();
     return 0;
 }

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "OrvaneCore/CommandInterpreter.h"
 #include "config/DrConfig.h"
 #include "server/LaunchCommand.h"
 
@@ -81,6 +82,18 @@ TEST(LaunchCommand, KeepsItsPiecesAndOrder) {
     EXPECT_EQ(toAnsi(launchCommand("C:/Max", scene, config, {"max2014", "Cam 1", ""})),
               "echo Starting 3ds max DR... && \"C:/Max/" + common + options +
                   " -camera: \"Cam 1\" " + log);
+}
+
+TEST(LaunchCommand, WritesSpecialCharactersSoThatProgramsSeeThem) {
+    DrConfig config;
+    config.dataFolder = "/a%b/";
+    const std::string line = toAnsi(launchCommand("/$x/`y`/q\"/z\\", "/s", config, {}));
+    if (specialWithinQuotes.find(u'%') == specialWithinQuotes.npos) {
+        EXPECT_NE(line.find("\"/\\$x/\\`y\\`/q\\\"/z\\3dsmaxcmd.exe\""), line.npos) << line;
+        EXPECT_EQ(toAnsi(withinQuotes("\\\\a\\")), "\\\\\\a\\\\");
+    } else {
+        EXPECT_NE(line.find("-o:\"/a%ORVANE_PERCENT%b//dr_out"), line.npos) << line;
+    }
 }
 
 TEST(LaunchCommand, RefusesWhatAnInterpreterWouldActUpon) {

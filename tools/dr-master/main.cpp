@@ -3,6 +3,7 @@
 
 #include "CommandLine.h"
 #include "OrvaneCore/ConsoleText.h"
+#include "OrvaneCore/StandardStreams.h"
 #include "Terminal.h"
 
 using Orvane::ExitStatus;
@@ -31,5 +32,6 @@ ExitStatus run(int argc, const char* const* argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const Orvane::StandardStreams streams;
     return static_cast<int>(run(argc, argv));
 }
