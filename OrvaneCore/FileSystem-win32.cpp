@@ -58,6 +58,10 @@ std::FILE* streamOf(HANDLE file, const char* mode) {
     return stream;
 }
 
+DWORD attributes(const String& path) {
+    return GetFileAttributesW(longPath(path).c_str());
+}
+
 /// Not by its attributes: a file that somebody holds open and that is marked for deletion still has
 /// its name, and that is what counts.
 bool findEntry(const String& path, WIN32_FIND_DATAW& found) {
@@ -122,7 +126,7 @@ bool exists(const String& path) {
 }
 
 bool isFolder(const String& path) {
-    const DWORD found = GetFileAttributesW(longPath(path).c_str());
+    const DWORD found = attributes(path);
     return found != INVALID_FILE_ATTRIBUTES && (found & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
@@ -135,11 +139,12 @@ bool copyFile(const String& from, const String& to) {
 }
 
 bool renameFile(const String& from, const String& to) {
-    return MoveFileExW(native(from), native(to), MOVEFILE_REPLACE_EXISTING) != 0;
+    return MoveFileExW(longPath(from).c_str(), longPath(to).c_str(), MOVEFILE_REPLACE_EXISTING) !=
+           0;
 }
 
 bool emptyFile(const String& path) {
-    const HANDLE file = CreateFileW(native(path), GENERIC_WRITE,
+    const HANDLE file = CreateFileW(longPath(path).c_str(), GENERIC_WRITE,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     TRUNCATE_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)

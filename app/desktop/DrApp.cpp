@@ -65,8 +65,7 @@ void DrApp::pollStopSignal() {
 }
 
 void DrApp::pollOtherInstances() {
-    auto* const window = dynamic_cast<DrWindow*>(GetTopWindow());
-    if (RunningInstance::isWindowWanted() && window != nullptr)
+    if (window != nullptr && RunningInstance::isWindowWanted())
         window->restoreFromTray();
 }
 
