@@ -170,7 +170,7 @@ String portableName(const String& path) {
     std::wstring shortName(GetShortPathNameW(wide.c_str(), nullptr, 0), L'\0');
     shortName.resize(
         GetShortPathNameW(wide.c_str(), shortName.data(), static_cast<DWORD>(shortName.size())));
-    const String name(std::u16string(shortName.begin(), shortName.end()));
+    const String name = plainPath(shortName);
     return !name.isEmpty() && toWide(toAnsi(name)) == name ? name : path;
 }
 
