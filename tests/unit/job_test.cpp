@@ -6,6 +6,7 @@
 #include "OrvaneCore/CommandInterpreter.h"
 #include "config/DrConfig.h"
 #include "server/LaunchCommand.h"
+#include "tests/unit/StringPrinter.h"
 
 using namespace Orvane;
 
@@ -44,6 +45,20 @@ TEST(DrConfig, RetainExrValues) {
     }
 }
 
+TEST(DrConfig, HostSettings) {
+    DrConfig config;
+    EXPECT_EQ(config.hostPatience.count(), 900);
+    load(config, "HostPatience = 60\nHOSTPRIORITY=Low\n");
+    EXPECT_TRUE(config.hostPatience.count() == 60 && config.hostHasLowPriority);
+    load(config, "hostpatience=0\nHostPriority = normal\n");
+    EXPECT_TRUE(config.hostPatience.count() == 0 && !config.hostHasLowPriority);
+    for (const char* bad : {"HostPatience", "HostPatience = ", "HostPatience = -1",
+                            "HostPatience = 5 s", "HostPatience 5", "HostPriority = high"}) {
+        load(config, std::string(bad) + "\nRetainEXR = true\n");
+        EXPECT_FALSE(config.retainExr) << bad;
+    }
+}
+
 TEST(DrConfig, VersionLines) {
     DrConfig config;
     load(config, "\xE9\n2011 never read\n");
@@ -63,9 +78,11 @@ TEST(DrConfig, VersionLines) {
     EXPECT_EQ(host(config, 2014), "D:/close");
     EXPECT_EQ(host(config, 2015), "5 sign");
     EXPECT_EQ(host(config, 2016), std::string(2000, 'x'));
-    EXPECT_EQ(host(config, 2010) + host(config, 2017), "");
+    for (const int year : {2010, 2017})
+        EXPECT_EQ(host(config, year), "");
     load(config, "2012\n2013");
-    EXPECT_EQ(host(config, 2012) + host(config, 2013), "");
+    for (const int year : {2012, 2013})
+        EXPECT_EQ(host(config, year), "");
 }
 
 TEST(LaunchCommand, KeepsItsPiecesAndOrder) {
