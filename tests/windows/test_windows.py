@@ -184,7 +184,8 @@ def test_window_is_as_large_on_a_finer_screen(session, node, monkeypatch):
         node.configure()
         node.start()
         sizes.append(size_of(session.in_front(TITLE)))
-        node.stop(how=None)
+        assert subprocess.run([*DESKTOP, "--stop", str(PATIENCE)]).returncode == 0
+        assert node.ended() == 0
     assert all(1.8 < fine / coarse < 2.2 for coarse, fine in zip(*sizes))
 
 
@@ -276,7 +277,8 @@ def test_installer(session, node, tmp_path):
             master.send(END_RENDER)
             assert master.at_end()
         assert setup()[0] == 0 and state_of_service() == "RUNNING"
-        assert "NetworkService" in wine("sc", "qc", "OrvaneDrServer")
+        assert "NetworkService" in wine(
+            "reg", "query", r"HKLM\SYSTEM\CurrentControlSet\Services\OrvaneDrServer")
         assert setup("/SERVICE", "/ACCOUNT=nobody here")[0] == 11
         assert uninstall()[0] == 0
         assert state_of_service() is None
