@@ -45,7 +45,7 @@ void DrServer::bindMasterPort() {
 }
 
 void DrServer::serveMasters() {
-    const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup};
+    const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup, dumps};
     MasterLoop(*masterListener, services, stopRequested).run();
     log.requestClose();
 }
