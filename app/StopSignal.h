@@ -18,6 +18,12 @@ class StopSignal {
     /// Waits for `longest` at most, which may be zero; true when the program is to end. On Linux
     /// one signal is reported once.
     bool wait(std::chrono::milliseconds longest);
+
+    /// True once the system gives the program only seconds to end: at the end of a Windows session,
+    /// or when a Windows console is closed. Any thread.
+    static bool isUrgent();
+    /// Makes it so, for a program whose own window hears of it first.
+    static void makeUrgent();
 };
 
 }  // namespace Orvane

@@ -45,7 +45,8 @@ void DrServer::bindMasterPort() {
 }
 
 void DrServer::serveMasters() {
-    const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup, dumps};
+    const JobServices services{log,         config, maxInvoker, *loopbackListener,
+                               relayWakeup, dumps,  hostSwitch};
     MasterLoop(*masterListener, services, stopRequested).run();
     log.requestClose();
 }
@@ -53,6 +54,11 @@ void DrServer::serveMasters() {
 void DrServer::requestStop() {
     stopRequested = true;
     discoveryReplier->requestStop();
+}
+
+void DrServer::endHost() {
+    if (hostSwitch.turnOff())
+        log.log("Ending 3ds max: there are only seconds left");
 }
 
 bool DrServer::isBusy() const {
