@@ -25,7 +25,11 @@ DrServer::~DrServer() {
 }
 
 void DrServer::makeDataFolder() {
-    config.dataFolder = FileSystem::workingDirectory() + "/drData/";
+    config.dataFolder = FileSystem::portableName(FileSystem::workingDirectory()) + "/drData/";
+    if (toWide(toAnsi(config.dataFolder)) != config.dataFolder)
+        log.log(String("No job can bring images: the plug-in cannot be told this folder, because "
+                       "its name has characters outside the system's code page: ") +
+                config.dataFolder);
     // Not looked at: it may well exist, and who writes into it will notice.
     FileSystem::makeFolder(config.dataFolder);
 }
@@ -41,7 +45,8 @@ void DrServer::bindMasterPort() {
 }
 
 void DrServer::serveMasters() {
-    const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup, dumps};
+    const JobServices services{log,         config, maxInvoker, *loopbackListener,
+                               relayWakeup, dumps,  hostSwitch};
     MasterLoop(*masterListener, services, stopRequested).run();
     log.requestClose();
 }
@@ -49,6 +54,11 @@ void DrServer::serveMasters() {
 void DrServer::requestStop() {
     stopRequested = true;
     discoveryReplier->requestStop();
+}
+
+void DrServer::endHost() {
+    if (hostSwitch.turnOff())
+        log.log("Ending 3ds max: there are only seconds left");
 }
 
 bool DrServer::isBusy() const {
