@@ -1,4 +1,4 @@
-#include "farm/JsonView.h"
+#include "JsonView.h"
 
 #include <cmath>
 #include <cstdio>
