@@ -87,6 +87,9 @@ void Door::serve() {
         for (LineFold* fold : {&bogusConnections, &refusedAddresses, &leftMasters, &turnedAway})
             fold->tick();
     }
+    // A job may go on for hours yet: those who wait for its end need not.
+    strangers.clear();
+    waiting.clear();
     for (LineFold* fold : {&bogusConnections, &refusedAddresses, &leftMasters, &turnedAway})
         fold->summarise();
 }
