@@ -43,7 +43,8 @@ void DrServer::openDoor() {
 }
 
 void DrServer::serveMasters() {
-    const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup, dumps};
+    const JobServices services{log,         config, maxInvoker, *loopbackListener,
+                               relayWakeup, dumps,  hostSwitch};
     MasterLoop(*door, services, stopRequested).run();
     log.requestClose();
 }
@@ -52,6 +53,11 @@ void DrServer::requestStop() {
     stopRequested = true;
     discoveryReplier->requestStop();
     door->requestStop();
+}
+
+void DrServer::endHost() {
+    if (hostSwitch.turnOff())
+        log.log("Ending 3ds max: there are only seconds left");
 }
 
 bool DrServer::isBusy() const {
