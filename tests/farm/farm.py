@@ -221,9 +221,13 @@ def told_to_end(link):
 
 def start_master(folder, *arguments):
     """A scene is there for it."""
+    def heed_interrupts():
+        # A shell's background jobs, of which the tests may be one, are started to ignore them.
+        signal.signal(signal.SIGINT, signal.SIG_DFL)
+
     (folder / "scene.max").write_bytes(b"scene")
     return subprocess.Popen([*MASTER_PROGRAM, *arguments], cwd=folder, stdout=subprocess.PIPE,
-                            stderr=subprocess.PIPE, text=True)
+                            stderr=subprocess.PIPE, text=True, preexec_fn=heed_interrupts)
 
 
 def start_render(folder, *arguments):

@@ -51,7 +51,7 @@ TEST(RunningMean, MeanAndNoise) {
     // s² = 5/3, e = sqrt(5/3/4), level = (2.5 + 5.5) / 2
     EXPECT_NEAR(mean.noise().value_or(0), std::sqrt(5.0 / 12) / 4, 1e-6);
     ReceivedImage other = twoPixels(1, 1);
-    other.layout.channels.front().name = "A";
+    other.layout.channels.front().xSampling = 2;
     EXPECT_THROW(mean.add(other), Failure);
     EXPECT_EQ(mean.count(), 4);
 }
