@@ -1,7 +1,7 @@
 // What a master does with an image that came, beside how long that image was on its way.
+#include <ImfChannelList.h>
 #include <ImfFrameBuffer.h>
 #include <ImfHeader.h>
-#include <ImfChannelList.h>
 #include <ImfOutputFile.h>
 
 #include <algorithm>
