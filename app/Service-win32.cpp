@@ -11,8 +11,8 @@
 #include "app/Console.h"
 #include "app/ServiceSetup-win32.h"
 #include "app/StopEvents-win32.h"
-#include "app/StopSignal.h"
 #include "app/StopOption-win32.h"
+#include "app/StopSignal.h"
 
 namespace Orvane {
 
