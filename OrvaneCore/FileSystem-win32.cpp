@@ -111,6 +111,21 @@ bool emptyFile(const String& path) {
     return true;
 }
 
+bool append(const String& path, std::string_view bytes) {
+    // This right alone makes every write go to the end.
+    const HANDLE file = CreateFileW(native(path), FILE_APPEND_DATA,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return false;
+    DWORD written = 0;
+    const bool whole =
+        WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != 0 &&
+        written == bytes.size();
+    CloseHandle(file);
+    return whole;
+}
+
 bool makeFolder(const String& path) {
     return _mkdir(path.narrow()) == 0;
 }
