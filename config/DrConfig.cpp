@@ -17,15 +17,21 @@ std::size_t slotOf(std::int32_t year) {
     return static_cast<std::size_t>(year - firstHostYear);
 }
 
-/// The value of "Name = 12": decimal digits and nothing else. Nothing if it is anything else.
-std::optional<std::int32_t> numberBehindEquals(const String& rest) {
-    constexpr std::size_t mostDigits = 9;
+/// The value of "Name = value". Empty if there is none.
+String valueBehindEquals(const String& rest) {
     String text = rest;
     Str::trimWhitespace(text);
     if (!Str::startsWith(text, u"="))
-        return std::nullopt;
+        return {};
     text = String(text.view().substr(1));
     Str::trimWhitespace(text);
+    return text;
+}
+
+/// The value of "Name = 12": decimal digits and nothing else. Nothing if it is anything else.
+std::optional<std::int32_t> numberBehindEquals(const String& rest) {
+    constexpr std::size_t mostDigits = 9;
+    const String text = valueBehindEquals(rest);
     const std::u16string_view digits = text.view();
     const bool isNumber = !digits.empty() && digits.size() <= mostDigits &&
                           digits.find_first_not_of(u"0123456789") == digits.npos;
@@ -99,6 +105,8 @@ bool DrConfig::takeSetting(const String& line) {
         bool (DrConfig::*take)(const String& rest);
     };
     constexpr std::array settings = {Setting{u"retainexr", &DrConfig::takeRetainExr},
+                                     Setting{u"hostpatience", &DrConfig::takeHostPatience},
+                                     Setting{u"hostpriority", &DrConfig::takeHostPriority},
                                      Setting{u"logmegabytes", &DrConfig::takeLogMegabytes}};
     String lower = line;
     Str::toLower(lower);
@@ -113,6 +121,21 @@ bool DrConfig::takeRetainExr(const String& rest) {
     // Whatever stands between, and in this case only.
     retainExr = Str::endsWith(rest, u"true");
     return true;
+}
+
+bool DrConfig::takeHostPatience(const String& rest) {
+    const std::optional<std::int32_t> seconds = numberBehindEquals(rest);
+    if (!seconds)
+        return false;
+    hostPatience = std::chrono::seconds(*seconds);
+    return true;
+}
+
+bool DrConfig::takeHostPriority(const String& rest) {
+    String value = valueBehindEquals(rest);
+    Str::toLower(value);
+    hostHasLowPriority = value == String("low");
+    return hostHasLowPriority || value == String("normal");
 }
 
 bool DrConfig::takeLogMegabytes(const String& rest) {

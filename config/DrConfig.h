@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 
 #include "OrvaneCore/DrLog.h"
 #include "config/HostInstallation.h"
@@ -17,6 +18,11 @@ class DrConfig {
     std::atomic<bool> retainExr = false;
     /// Ends in "/". Paths add another one, which every platform takes as one.
     String dataFolder;
+
+    /// How long the host may take to end once nobody needs it; zero: for ever.
+    std::chrono::seconds hostPatience{900};
+    /// Whether the host runs below normal priority, for the sake of whoever works at the machine.
+    bool hostHasLowPriority = false;
 
     /// Logs that have grown to so many bytes are moved aside; 0: never.
     std::uint64_t mostLogBytes = 0;
@@ -35,6 +41,8 @@ class DrConfig {
     bool takeLine(const String& line);
     bool takeSetting(const String& line);
     bool takeRetainExr(const String& rest);
+    bool takeHostPatience(const String& rest);
+    bool takeHostPriority(const String& rest);
     bool takeLogMegabytes(const String& rest);
     void createDefaultFile(const String& path, DrLog& log);
     std::int32_t writeDefaultFile(const String& path) const;

@@ -2,8 +2,10 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 
 #include "OrvaneCore/CommandInterpreter.h"
+#include "OrvaneCore/Stopwatch.h"
 #include "server/HostOutput.h"
 #include "server/JobServices.h"
 
@@ -14,7 +16,7 @@ class HostRun {
   public:
     /// `services` must outlive the run.
     explicit HostRun(const JobServices& services)
-        : maxInvoker(services.maxInvoker), log(services.log) {}
+        : maxInvoker(services.maxInvoker), log(services.log), config(services.config) {}
     /// The command line must have ended: it is this object's.
     ~HostRun() = default;
     HostRun(const HostRun&) = delete;
@@ -22,9 +24,13 @@ class HostRun {
 
     /// Returns as soon as the worker has the line, which appends the host's output to `outputPath`.
     void start(const String& line, const String& outputPath);
+    /// From now on nobody needs the host. It may take the configured time to end by itself, of
+    /// which isRunning() and waitForEnd() keep account: they say in the log that it is being waited
+    /// for, and end it. Only the first call counts.
+    void release();
     /// The first call to see that the host has ended puts into the log how, if it was not well.
     bool isRunning();
-    /// Waits for the end without limit; says in the log that it does.
+    /// Releases the host and waits for its end.
     void waitForEnd();
     /// How the host ended; when it is no longer running.
     const CommandResult& result() const { return outcome; }
@@ -32,14 +38,22 @@ class HostRun {
   private:
     void run();
     bool hasEnded(std::chrono::milliseconds longest);
+    bool isPatienceOver() const;
+    std::chrono::milliseconds timeToNextStep() const;
+    void keepAccount();
     void logEnd();
 
     StandbyThread& maxInvoker;
     DrLog& log;
+    const DrConfig& config;
     std::unique_ptr<HostOutput> output;
     std::unique_ptr<Command> command;
     CommandResult outcome;  // the worker's until it is parked
     bool endLogged = false;
+
+    std::optional<Stopwatch> released;
+    std::chrono::milliseconds nextNotice = std::chrono::seconds(30);  // after the release
+    bool ended = false;                                               // by this object
 };
 
 }  // namespace Orvane

@@ -7,9 +7,9 @@ from urllib.parse import unquote_to_bytes
 
 import harness
 import pytest
-from conftest import node  # noqa: F401, a fixture
+from conftest import node, undamaged  # noqa: F401, fixtures
 from desktop import ERROR, ICON, TITLE, Session, xdo
-from harness import *
+from harness import END_RENDER, ONLINE, Master, eventually, image, scene_bytes
 from test_node import test_command_line  # noqa: F401
 
 LOG = (300, 300)

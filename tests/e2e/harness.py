@@ -6,6 +6,7 @@ import os
 import re
 import shlex
 import shutil
+import signal
 import socket
 import struct
 import subprocess
@@ -19,11 +20,15 @@ HOST = Path(os.environ["ORVANE_HOST"])
 platform = importlib.import_module("on_win32" if SERVER[0] == "wine" else "on_posix")
 seen = platform.seen
 STAMP = re.compile(r"^\d{4}-\d\d-\d\d/\d\d:\d\d:\d\d   ", re.M)
+# All texts that may have more than one line; strangers choose how theirs go on.
+LONG_TEXTS = re.compile(r"Running command:\necho .*\n|Closed loopback connection\n\n\n|"
+                        r"(?s:Got bogus master connection: .*|WARNING: A local application .*\n)")
 
 PLUGIN_ANSWER = "<OrvaneDrLocal><HandshakeInit>init</HandshakeInit></OrvaneDrLocal>"
 ONLINE = ["connect", "hear", "say " + PLUGIN_ANSWER]
 END_RENDER = b"<OrvaneDrCommand>\n\t<Command>EndRender</Command>\n</OrvaneDrCommand>\n\0"
 DUMP_EXR = END_RENDER.replace(b"EndRender", b"DumpExr")
+PING = b"<OrvaneDrDiscovery><Request>2014</Request></OrvaneDrDiscovery>\0"
 WELCOME = b"<OrvaneDrRemote>\n\t<HandshakeResponse>ok</HandshakeResponse>\n</OrvaneDrRemote>\n\0"
 
 
@@ -103,7 +108,10 @@ class Node:
 
     def log(self):
         """All lines of this run without their stamps."""
-        return STAMP.sub("", self.output().replace(platform.LINE_END, "\n"))
+        return STAMP.sub("", self.stamped_log())
+
+    def stamped_log(self):
+        return self.output().replace(platform.LINE_END, "\n")
 
     def output(self):
         return (self.folder / "out").read_bytes().decode("latin-1")
@@ -117,7 +125,12 @@ class Node:
     def ended(self):
         """The exit status of a server that ends by itself."""
         server, self.server = self.server, None
-        return server.wait(PATIENCE)
+        status = server.wait(PATIENCE)
+        before, *texts = STAMP.split(self.stamped_log())
+        assert before == "" and all(
+            text.find("\n") == len(text) - 1 or LONG_TEXTS.fullmatch(text) for text in texts)
+        assert not platform.reports_damage(self.errors()), self.errors()
+        return status
 
     def stop(self, how=platform.STOPS[0]):
         self.server.send_signal(how)
@@ -147,6 +160,17 @@ class Node:
         mark = self.folder.parent.name.encode()
         return [int(process.name) for process in Path("/proc").glob("[0-9]*")
                 if mark in command(process) and b"3dsmaxcmd.exe" in command(process)]
+
+    def kill_host(self):
+        for process in self.host_processes():
+            os.kill(process, signal.SIGKILL)
+
+    def put_dump(self, name, data, mode=0o644, owner=-1):
+        new = self.data / "unfinished"
+        new.write_bytes(data)
+        new.chmod(mode)
+        os.chown(new, owner, -1)
+        new.rename(self.data / name)
 
     def scenes(self):
         return list(self.data.glob("received_scene_*"))
@@ -228,3 +252,12 @@ class Master(Peer):
         assert self.receive(len(DUMP_EXR)) == DUMP_EXR
         (size,) = struct.unpack("<q", self.receive(8))
         return self.receive(size)
+
+
+def whole_job(scene=b"scene", size=300):
+    """With a host that dumps one image of this size."""
+    with Master() as master:
+        master.job(scene)
+        assert master.image() == image(size)
+        master.send(END_RENDER)
+        assert master.at_end()

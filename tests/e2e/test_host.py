@@ -2,10 +2,9 @@
 
 import os
 import signal
-import subprocess
 
 import pytest
-from harness import *
+from harness import END_RENDER, ONLINE, Master, Node, eventually, image, platform, seen
 
 PLAN = [*ONLINE, "dump dumpA.exr 300", "hear", "close"]
 
@@ -41,6 +40,58 @@ def test_server_killed_with_the_host_and_all_that_it_started(node, stage):
     node.start()
     whole_job()
     node.stop()
+
+
+@pytest.mark.parametrize("stage", ["loading", "ending"])
+def test_host_that_nobody_needs_and_that_does_not_end(node, stage):
+    plan = {"loading": [], "ending": [*ONLINE, "close"]}[stage]
+    host = node.install(2014, *plan, "mark there", "hang")
+    node.configure(f"2014 {seen(host)}", "hostpatience = 1", "HostPriority = LOW")
+    node.start()
+    with Master() as master:
+        master.job()
+        eventually((host / "there").exists, node.log)
+        if stage == "ending":
+            node.wait_for("Closed loopback connection")
+        else:
+            # It is listened to already.
+            master.send(bytes(1) + b"x" * 70_000)
+            node.wait_for("Refused a message of the master")
+    node.wait_for("Ready for new connection")
+    assert node.host_processes() == []
+    node.plan(2014, *PLAN)
+    whole_job()
+    ended = "Ended 3ds max: it had not ended by itself for 1 s\n"
+    assert ended + {"loading": "Got no", "ending": "Ready"}[stage] in node.final_log()
+
+
+def test_end_signals_while_the_host_loads(node):
+    node.configure(
+        f"2014 {seen(node.install(2014, 'await go', *ONLINE, 'hear', 'hear', *PLAN[3:4], 'close'))}",
+        "HostPatience=1")
+    node.start()
+    with Master() as master:
+        master.job().send(2 * END_RENDER)
+        node.started_host()
+        node.allow(2014, "go")
+        assert master.image() == image(300)
+        assert master.at_end()
+    assert node.heard_by_host().endswith(2 * END_RENDER)
+    forwarded = "Got END signal from remote side, forwarding to 3ds max\n"
+    assert "DR is running\n" + 2 * forwarded in node.final_log()
+
+
+@pytest.mark.linux
+def test_host_below_normal_priority(node):
+    host = node.install(2014, "mark there", "hang")
+    node.configure(f"2014 {seen(host)}", "HostPriority = low", "HostPatience = 1")
+    node.start()
+    with Master() as master:
+        master.job()
+        eventually((host / "there").exists, node.log)
+        nice = [os.getpriority(os.PRIO_PROCESS, process) for process in node.host_processes()]
+        assert nice == [10, 10] and os.getpriority(os.PRIO_PROCESS, node.server.pid) == 0
+    node.wait_for("Ready for new connection")
 
 
 def test_what_a_host_leaves_behind(node):

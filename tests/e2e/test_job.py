@@ -2,10 +2,13 @@
 
 import contextlib
 import re
+import socket
 import threading
 from pathlib import Path
 
-from harness import *
+from harness import (
+    DUMP_EXR, END_RENDER, LOOPBACK, ONLINE, PLUGIN_ANSWER, Master, Peer, image,
+    request, seen)
 
 CAMERA = "Cam\xe9ra 1\x80 & more"
 

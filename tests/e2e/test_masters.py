@@ -3,10 +3,15 @@
 import os
 import re
 import shutil
+import socket
+import struct
 import subprocess
+import time
 
 import pytest
-from harness import *
+from harness import (
+    DUMP_EXR, END_RENDER, ONLINE, WELCOME, Master, eventually, image, platform, request,
+    scene_bytes, seen)
 
 BOGUS = "Got bogus master connection: "
 

@@ -1,13 +1,17 @@
 """A node's life: what it reads and writes at start, how it is found, how it ends."""
 
 import os
+import re
 import resource
 import signal
+import socket
 import subprocess
 from pathlib import Path
 
 import pytest
-from harness import *
+from harness import (
+    DISCOVERY, END_RENDER, LOOPBACK, MASTER, ONLINE, PATIENCE, SERVER, Master, Node, eventually, image,
+    platform, seen)
 
 CAPTION = "Orvane DR Server Error\n"
 REPLY = b"<OrvaneDrDiscovery>\n\t<Reply>ok</Reply>\n</OrvaneDrDiscovery>\n\0"

@@ -143,6 +143,28 @@ class Host {
         growing << rest;
         growing.close();
     }
+    void copyDump(const std::string& from, const std::string& name) {
+        std::ifstream file(folder + from, std::ios::binary);
+        std::ostringstream bytes;
+        bytes << file.rdbuf();
+        writeWhole(dataFolder + name, bytes.str());
+    }
+    bool isTold(std::chrono::milliseconds longest) {
+        char first = 0;
+        return server->peek(&first, 1, longest) > 0 || !server->isAlive();
+    }
+    void passes(const std::string& period) {
+        const std::chrono::milliseconds pause(std::stoi(period));
+        int dumped = 0;
+        for (std::string name; exists(folder + (name = "pass" + std::to_string(dumped + 1)));) {
+            if (isTold(pause))
+                break;
+            copyDump(name, "dump-" + name + ".exr");
+            std::ofstream(folder + "passes.txt") << ++dumped << std::flush;
+        }
+        while (!isTold(std::chrono::seconds(1))) {
+        }
+    }
     void input(const std::string&) {
         check(std::cin.get() == EOF, "there is something on standard input");
     }
@@ -173,7 +195,9 @@ class Host {
         {"dump", method(&Host::dump)},    // NAME SIZE, renamed into place
         {"begin", method(&Host::begin)},  // NAME SIZE: half of it, under its final name
         {"complete", method(&Host::complete)},
-        {"gone",  // NAME: a dump has been relayed
+        {"passes", method(&Host::passes)},  // MILLISECONDS: dumps the files pass1, pass2 and so on
+                                            // at that pace, until the server says something
+        {"gone",                            // NAME: a dump has been relayed
          [this](const auto& name) {
              waitUntil("relay of " + name, [&] { return !exists(dataFolder + name); });
          }},

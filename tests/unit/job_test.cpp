@@ -44,6 +44,20 @@ TEST(DrConfig, RetainExrValues) {
     }
 }
 
+TEST(DrConfig, HostSettings) {
+    DrConfig config;
+    EXPECT_EQ(config.hostPatience.count(), 900);
+    load(config, "HostPatience = 60\nHOSTPRIORITY=Low\n");
+    EXPECT_TRUE(config.hostPatience.count() == 60 && config.hostHasLowPriority);
+    load(config, "hostpatience=0\nHostPriority = normal\n");
+    EXPECT_TRUE(config.hostPatience.count() == 0 && !config.hostHasLowPriority);
+    for (const char* bad : {"HostPatience", "HostPatience = ", "HostPatience = -1",
+                            "HostPatience = 5 s", "HostPatience 5", "HostPriority = high"}) {
+        load(config, std::string(bad) + "\nRetainEXR = true\n");
+        EXPECT_FALSE(config.retainExr) << bad;
+    }
+}
+
 TEST(DrConfig, VersionLines) {
     DrConfig config;
     load(config, "\xE9\n2011 never read\n");

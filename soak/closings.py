@@ -3,17 +3,20 @@ job, under load. What a master was promised must still arrive, and the server mu
 
 import random
 import signal
+import socket
+import struct
 import sys
 import tempfile
 import threading
+import time
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).parents[2] / "tests/e2e"))
 from apart import run_apart
-from harness import *
+from harness import (
+    DISCOVERY, DUMP_EXR, END_RENDER, ONLINE, PING, WELCOME, Master, Node, image,
+    request, scene_bytes)
 
 YEAR = 2014
-PING = b"<OrvaneDrDiscovery><Request>2014</Request></OrvaneDrDiscovery>\0"
 SCENE = image(300_000)
 DUMPS = {f"dump{number}.exr": 40_000 + number for number in range(5)}
 WROTE = [f"dump {name} {size}" for name, size in DUMPS.items()]
