@@ -40,7 +40,8 @@ using Clock = std::chrono::steady_clock;
 
 // For what a program starts besides and leaves to end by itself.
 constexpr std::chrono::seconds graceForTheRest{5};
-// Beyond it is a process that cannot be killed, because the system holds it or it is another user's.
+// Beyond it is a process that cannot be killed, because the system holds it or it is another
+// user's.
 constexpr std::chrono::seconds longestKill{10};
 
 String reasonOf(int error) {

@@ -13,8 +13,8 @@ namespace Orvane {
 struct CommandResult {
     /// The system's reason why the command interpreter could not be started; empty if it was.
     String startFailure;
-    /// The interpreter's exit status, which is that of the last program it ran. On Linux 128 and the
-    /// signal's number for one that was ended by a signal.
+    /// The interpreter's exit status, which is that of the last program it ran. On Linux 128 and
+    /// the signal's number for one that was ended by a signal.
     std::uint32_t status = 0;
     /// Processes were still there some seconds after the interpreter had ended, and were ended.
     bool leftProcesses = false;

@@ -102,8 +102,8 @@ bool emptyFile(const String& path) {
 }
 
 bool append(const String& path, std::string_view bytes) {
-    const int descriptor = open(toAnsi(path).c_str(),
-                                O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666);
+    const int descriptor =
+        open(toAnsi(path).c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666);
     if (descriptor < 0)
         return false;
     const off_t before = lseek(descriptor, 0, SEEK_END);

@@ -15,8 +15,8 @@ namespace Orvane::TextConversion {
 std::int64_t ansiToWide(std::string_view ansi, char16_t* out);
 std::int64_t wideToAnsi(std::u16string_view wide, char* out);
 
-/// For readers that insist on UTF-8; never anything else. On Linux text whose bytes are UTF-8 already,
-/// as most paths are, stays as it is.
+/// For readers that insist on UTF-8; never anything else. On Linux text whose bytes are UTF-8
+/// already, as most paths are, stays as it is.
 std::string toUtf8(std::u16string_view wide);
 
 }  // namespace Orvane::TextConversion

@@ -9,7 +9,7 @@
 
 namespace Orvane {
 
-DrServer::DrServer(DrLog& target) : log(target) {
+DrServer::DrServer(DrLog& target) : log(target), state(config), jobBook(config, log, state) {
     maxInvoker.setup(workerStackBytes, "MY_MaxInvoker");
     serverThread.setup(workerStackBytes, "MY_ServerThread");
     makeDataFolder();
@@ -33,15 +33,18 @@ void DrServer::makeDataFolder() {
 void DrServer::bindMasterPort() {
     masterListener = std::make_unique<Listener>(Listener::Reach::AllInterfaces, masterPort,
                                                 Timeouts::masterAcceptSeconds);
-    if (masterListener->isOk())
+    if (masterListener->isOk()) {
+        // No other server works here now.
+        jobBook.open();
         return;
+    }
     showPortInUse("Cannot bind to the remote connection port (TCP ", masterPort);
     // Without this port there is nothing to live for: the loop ends at once and closes the program.
     stopRequested = true;
 }
 
 void DrServer::serveMasters() {
-    const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup};
+    const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup, jobBook};
     MasterLoop(*masterListener, services, stopRequested).run();
     log.requestClose();
 }

@@ -8,6 +8,7 @@
 #include "config/DrConfig.h"
 #include "protocol/Listener.h"
 #include "server/DiscoveryReplier.h"
+#include "server/JobBook.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
 
@@ -31,6 +32,9 @@ class DrServer {
     void requestStop();
     bool isBusy() const;
 
+    /// Keeps the node's figures fresh. To be called at least once a minute, any thread.
+    void refreshState() { state.refresh(); }
+
   private:
     void makeDataFolder();
     void bindMasterPort();
@@ -40,6 +44,8 @@ class DrServer {
     DrLog& log;
     std::atomic<bool> stopRequested = false;
     DrConfig config;
+    NodeState state;
+    JobBook jobBook;
     RelayWakeup relayWakeup;
     StandbyThread maxInvoker;
     std::unique_ptr<Listener> masterListener;

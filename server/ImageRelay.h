@@ -6,6 +6,7 @@
 #include "OrvaneCore/DrLog.h"
 #include "config/DrConfig.h"
 #include "protocol/Connection.h"
+#include "server/JobReceipt.h"
 
 namespace Orvane {
 
@@ -26,6 +27,10 @@ class ImageRelay {
     /// writing. With a little patience for those that cannot be opened yet.
     void relayLastDumps();
 
+    const SentImages& sent() const { return images; }
+    /// Why an image did not reach the master; the first reason there was.
+    const std::optional<JobEnding>& failure() const { return firstFailure; }
+
   private:
     enum class Outcome { Sent, LeftForLater, MasterLost };
     struct Result {
@@ -41,12 +46,15 @@ class ImageRelay {
     bool announce();
     bool send(InputFile& file);
     void retain(const String& path);
+    void fail(JobOutcome outcome, const String& line);
     void leaveForLater(const String& path, const String& reason, Waiting& left) const;
 
     Connection& master;
     const DrConfig& config;
     DrLog& log;
     Waiting waiting;
+    SentImages images;
+    std::optional<JobEnding> firstFailure;
 };
 
 }  // namespace Orvane

@@ -35,7 +35,8 @@ void JobBook::open() {
         const std::string last = WholeFile::readEnd(receiptsPath(config), 0, mostReceiptBytes);
         // It may have been killed between the two.
         if (unfinished.empty() || last.find(beginningOf(unfinished)) == last.npos) {
-            append(interruptedReceipt(unfinished));
+            if (!append(interruptedReceipt(unfinished)))
+                logUnwritten();
             state.count(JobOutcome::Interrupted, 1);
         }
         FileSystem::deleteFile(path);
@@ -55,10 +56,19 @@ void JobBook::note(const JobReceipt& receipt) {
 
 void JobBook::end(JobReceipt& receipt) {
     receipt.end = std::chrono::system_clock::now();
-    append(receipt.json());
+    unwritten = !append(receipt.json());
     FileSystem::deleteFile(unfinishedPath(config));
     state.jobEnds(receipt);
     moveLogsAside();
+}
+
+void JobBook::afterwards(const JobReceipt& receipt) {
+    if (unwritten)
+        logUnwritten();
+    if (!receipt.hostOutput.empty())
+        log.log("No image came. The last lines of this job in MaxLog.txt:");
+    for (const String& line : receipt.hostOutput)
+        log.log(String("MaxLog> ") + line);
     log.keepFile(false);
 }
 
@@ -81,14 +91,17 @@ void JobBook::writeLeftOut() {
     if (!leftOut)
         return;
     leftOut->end = std::chrono::system_clock::now();
-    append(leftOut->json());
+    if (!append(leftOut->json()))
+        logUnwritten();
     leftOut.reset();
 }
 
-void JobBook::append(const std::string& receipt) {
-    const String path = receiptsPath(config);
-    if (!FileSystem::append(path, receipt + "\n"))
-        log.log(String("Cannot write the receipt of a job into ") + path);
+bool JobBook::append(const std::string& receipt) const {
+    return FileSystem::append(receiptsPath(config), receipt + "\n");
+}
+
+void JobBook::logUnwritten() const {
+    log.log(String("Cannot write the receipt of a job into ") + receiptsPath(config));
 }
 
 void JobBook::moveLogsAside() {

@@ -31,6 +31,8 @@ class JobBook {
     void note(const JobReceipt& receipt);
     /// Once for each job, begun or refused. `receipt` has an ending.
     void end(JobReceipt& receipt);
+    /// When the log has all lines of a job that has ended: what it should have besides.
+    void afterwards(const JobReceipt& receipt);
     /// A refused job in a flood of them: counted, and written down with others of its kind.
     void leaveOut(const JobReceipt& receipt);
     /// To be called every few seconds between jobs.
@@ -39,13 +41,15 @@ class JobBook {
   private:
     using Clock = std::chrono::steady_clock;
 
-    void append(const std::string& receipt);
+    bool append(const std::string& receipt) const;
+    void logUnwritten() const;
     void writeLeftOut();
     void moveLogsAside();
 
     const DrConfig& config;
     DrLog& log;
     NodeState& state;
+    bool unwritten = false;  // the last receipt
     std::optional<JobReceipt> leftOut;
     Clock::time_point leftOutSince;
 };

@@ -1,5 +1,6 @@
 #include "server/JobReceipt.h"
 
+#include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 
@@ -46,30 +47,23 @@ std::string onOneLine(const Json& document) {
 
 }  // namespace
 
+const std::array<JobOutcomeWord, 10> jobOutcomeWords = {{
+    {JobOutcome::Completed, "completed"},
+    {JobOutcome::NoImage, "no-image"},
+    {JobOutcome::MasterLeft, "master-left"},
+    {JobOutcome::TransferFailed, "transfer-failed"},
+    {JobOutcome::HostNotStarted, "host-not-started"},
+    {JobOutcome::HostNeverCame, "host-never-came"},
+    {JobOutcome::HostCrashed, "host-crashed"},
+    {JobOutcome::Disk, "disk"},
+    {JobOutcome::Refused, "refused"},
+    {JobOutcome::Interrupted, "interrupted"},
+}};
+
 const char* wordOf(JobOutcome outcome) {
-    switch (outcome) {
-        case JobOutcome::Completed:
-            return "completed";
-        case JobOutcome::NoImage:
-            return "no-image";
-        case JobOutcome::MasterLeft:
-            return "master-left";
-        case JobOutcome::TransferFailed:
-            return "transfer-failed";
-        case JobOutcome::HostNotStarted:
-            return "host-not-started";
-        case JobOutcome::HostNeverCame:
-            return "host-never-came";
-        case JobOutcome::HostCrashed:
-            return "host-crashed";
-        case JobOutcome::Disk:
-            return "disk";
-        case JobOutcome::Refused:
-            return "refused";
-        case JobOutcome::Interrupted:
-            break;
-    }
-    return "interrupted";
+    return std::find_if(jobOutcomeWords.begin(), jobOutcomeWords.end(),
+                        [outcome](const JobOutcomeWord& known) { return known.outcome == outcome; })
+        ->word;
 }
 
 void SentImages::add(std::uint64_t size) {
@@ -102,6 +96,8 @@ std::string JobReceipt::json() const {
     document["firstImage"] = timeOrNull(images.first);
     document["lastImage"] = timeOrNull(images.last);
     document["hostExit"] = orNull(hostExit);
+    if (hostWasEnded)
+        document["hostEndedByServer"] = true;
     for (const String& line : hostOutput)
         document["hostOutput"].push_back(shortText(line));
     return onOneLine(document);

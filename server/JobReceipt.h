@@ -24,12 +24,12 @@ enum class JobOutcome {
     Refused,
     Interrupted
 };
-constexpr std::array allJobOutcomes = {
-    JobOutcome::Completed,      JobOutcome::NoImage,       JobOutcome::MasterLeft,
-    JobOutcome::TransferFailed, JobOutcome::HostNotStarted, JobOutcome::HostNeverCame,
-    JobOutcome::HostCrashed,    JobOutcome::Disk,          JobOutcome::Refused,
-    JobOutcome::Interrupted};
-/// The word for it in receipts and figures. Never changed: programs read them.
+/// The words for them in receipts and figures. Never changed: programs read them.
+struct JobOutcomeWord {
+    JobOutcome outcome;
+    const char* word;
+};
+extern const std::array<JobOutcomeWord, 10> jobOutcomeWords;
 const char* wordOf(JobOutcome outcome);
 
 /// What a job ended with, and the line of the log that says so.
@@ -71,6 +71,7 @@ struct JobReceipt {
     } seconds;
     SentImages images;
     std::optional<std::uint32_t> hostExit;
+    bool hostWasEnded = false;       ///< by this server, its time being over
     std::vector<String> hostOutput;  ///< the last lines, of a job without an image
     std::int32_t jobs = 1;           ///< this receipt stands for so many of the same ending
 

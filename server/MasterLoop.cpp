@@ -24,6 +24,18 @@ String onOneLine(String text) {
     return text;
 }
 
+JobReceipt receiptOf(const JobPlan& plan, const Connection& master) {
+    JobReceipt receipt;
+    receipt.master = master.peerAddress();
+    receipt.releaseAsked = plan.sceneYear;
+    receipt.releaseUsed = plan.hostYear;
+    receipt.frames = plan.request.frameName;
+    receipt.camera = plan.request.cameraName;
+    if (plan.isRefused())
+        receipt.ending = {JobOutcome::Refused, plan.refusal};
+    return receipt;
+}
+
 }  // namespace
 
 MasterLoop::MasterLoop(Listener& masterListener, const JobServices& jobServices,
@@ -43,6 +55,7 @@ void MasterLoop::run() {
         bogusConnections.tick();
         lostConnections.tick();
         refusedJobs.tick();
+        services.book.tick();
     }
 }
 
@@ -85,13 +98,20 @@ bool MasterLoop::answer(Master& master) {
 }
 
 void MasterLoop::perform(const JobPlan& plan, Master& master) {
-    const bool logged = logAccepted(plan, master);
-    if (!plan.isRefused())
-        RenderJob(services, *master.connection, plan).run();
-    else if (logged)
+    JobReceipt receipt = receiptOf(plan, *master.connection);
+    if (!logAccepted(plan, master)) {
+        services.book.leaveOut(receipt);
+        return;
+    }
+    if (plan.isRefused()) {
         log.log(plan.refusal);
-    if (logged)
-        log.log(readyLine);
+    } else {
+        services.book.begin(receipt);
+        RenderJob(services, *master.connection, plan, receipt).run();
+    }
+    services.book.end(receipt);
+    log.log(readyLine);
+    services.book.afterwards(receipt);
 }
 
 bool MasterLoop::logAccepted(const JobPlan& plan, const Master& master) {

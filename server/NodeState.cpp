@@ -55,6 +55,13 @@ std::string releases(const DrConfig& config) {
 
 }  // namespace
 
+NodeState::~NodeState() {
+    if (!up)
+        return;
+    up = busy = false;
+    write();
+}
+
 void NodeState::start() {
     const std::lock_guard<std::mutex> hold(lock);
     up = true;
@@ -90,14 +97,6 @@ void NodeState::refresh() {
         write();
 }
 
-void NodeState::stop() {
-    const std::lock_guard<std::mutex> hold(lock);
-    if (!up)
-        return;
-    up = busy = false;
-    write();
-}
-
 void NodeState::write() {
     written = Clock::now();
     changed = !WholeFile::replace(config.dataFolder + "orvane_dr.prom", text());
@@ -108,14 +107,13 @@ std::string NodeState::text() const {
     figures.single("up", "gauge", "1 while the server runs, 0 when it was told to end.", up);
     figures.single("busy", "gauge", "1 while a master is served.", busy);
     figures.begin("info", "gauge", "Version and the configured 3ds Max releases.");
-    figures.add("info",
-                std::string("{version=\"") + versionText + "\",releases=\"" + releases(config) +
-                    "\"}",
-                1);
+    figures.add(
+        "info",
+        std::string("{version=\"") + versionText + "\",releases=\"" + releases(config) + "\"}", 1);
     figures.begin("jobs_total", "counter", "Jobs that have ended since the server's start.");
-    for (const JobOutcome outcome : allJobOutcomes) {
+    for (const auto& [outcome, word] : jobOutcomeWords) {
         const auto found = jobs.find(outcome);
-        figures.add("jobs_total", std::string("{outcome=\"") + wordOf(outcome) + "\"}",
+        figures.add("jobs_total", std::string("{outcome=\"") + word + "\"}",
                     found == jobs.end() ? 0 : found->second);
     }
     figures.single("images_total", "counter", "Images sent whole since the server's start.",

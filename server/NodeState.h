@@ -16,17 +16,19 @@ class NodeState {
   public:
     /// The configuration must outlive the state. Nothing is written before start().
     explicit NodeState(const DrConfig& settings) : config(settings) {}
+    /// Writes that the server has ended in order.
+    ~NodeState();
+    NodeState(const NodeState&) = delete;
+    NodeState& operator=(const NodeState&) = delete;
 
     void start();
     void jobBegins();
     void jobEnds(const JobReceipt& receipt);
     /// Counted now, written with the next change or refresh().
     void count(JobOutcome outcome, std::int64_t jobs);
-    /// Writes what is counted and not yet written, and all of it if that was long ago: who reads the
-    /// file takes an old one for a dead server. To be called every now and then.
+    /// Writes what is counted and not yet written, and all of it if that was long ago: who reads
+    /// the file takes an old one for a dead server. To be called every now and then.
     void refresh();
-    /// The last word: the server was told to end.
-    void stop();
 
   private:
     void write();

@@ -1,9 +1,11 @@
 #include "server/RenderJob.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
 #include "OrvaneCore/DevelopmentVersion.h"
+#include "OrvaneCore/FileSystem.h"
 #include "OrvaneCore/Stopwatch.h"
 #include "protocol/Framing.h"
 #include "protocol/Timeouts.h"
@@ -17,21 +19,25 @@ namespace {
 // Masters whose scenes cannot be written come and go in no time, and each has its lines in the log.
 constexpr std::chrono::seconds pauseAfterFailedDownload{1};
 
+const char* const noResponseLine = "Got no response from 3ds max, aborting";
+const char* const finishedLine = "DR is finished";
+
 }  // namespace
 
 RenderJob::RenderJob(const JobServices& jobServices, Connection& masterConnection,
-                     const JobPlan& jobPlan)
+                     const JobPlan& jobPlan, JobReceipt& jobReceipt)
     : services(jobServices),
       log(jobServices.log),
       master(masterConnection),
       plan(jobPlan),
+      receipt(jobReceipt),
       scene(jobServices.config, jobServices.log),
       host(jobServices),
       images(masterConnection, jobServices.config, jobServices.log),
       endSignals(jobServices.log, "Got END signal from remote side") {}
 
 void RenderJob::run() {
-    if (!scene.download(master, plan)) {
+    if (!scene.download(master, plan, receipt)) {
         // Not the dumps: none are new, and in a folder that has become read-only they cannot go.
         scene.remove();
         std::this_thread::sleep_for(pauseAfterFailedDownload);
@@ -41,17 +47,19 @@ void RenderJob::run() {
     if (waitForPlugin())
         relay();
     finish();
+    completeReceipt();
 }
 
 void RenderJob::launchHost() {
-    const String output = hostOutputPath(services.config.dataFolder, log);
+    outputPath = hostOutputPath(services.config.dataFolder, log);
+    outputBegin = std::max<std::int64_t>(FileSystem::fileSize(outputPath), 0);
     const String line = launchCommand(services.config.hostPath(plan.hostYear), scene.path(),
-                                      services.config, plan.request, output);
+                                      services.config, plan.request, outputPath);
     log.log(String("Running command:\n") + line);
     // Nothing of an earlier job may reach this master.
     removeDumpFiles(services.config, log);
     services.loopback.drainPendingConnections();
-    host.start(line, output);
+    host.start(line, outputPath);
 }
 
 bool RenderJob::waitForPlugin() {
@@ -61,11 +69,15 @@ bool RenderJob::waitForPlugin() {
         if (services.loopback.tryLocalHandshake(services.config, plan.request)) {
             log.log(String("3ds max is online after ") + watch.secondsText() + " seconds");
             log.log("DR is running");
+            receipt.seconds.hostStart = watch.exactSeconds();
+            services.book.note(receipt);
+            pluginCame = true;
             return true;
         }
         listenWhileLoading();
     }
-    log.log("Got no response from 3ds max, aborting");
+    receipt.seconds.hostStart = watch.exactSeconds();
+    log.log(noResponseLine);
     return false;
 }
 
@@ -80,6 +92,7 @@ void RenderJob::listenWhileLoading() {
 
 void RenderJob::relay() {
     constexpr std::chrono::seconds pace{Timeouts::endRenderPollSeconds};
+    const Stopwatch watch;
     services.wakeup.watch(services.config.dataFolder);
     for (; earlyEndSignals > 0; --earlyEndSignals)
         forwardEndRender();
@@ -91,6 +104,7 @@ void RenderJob::relay() {
             forwardEndRender();
     }
     services.wakeup.stopWatching();
+    receipt.seconds.render = watch.exactSeconds();
 }
 
 bool RenderJob::receiveEndRender() {
@@ -104,14 +118,18 @@ bool RenderJob::receiveEndRender() {
 void RenderJob::forwardEndRender() {
     endSignals.write("Got END signal from remote side, forwarding to 3ds max");
     services.loopback.forwardEndRender();
+    endForwarded = true;
 }
 
 void RenderJob::finish() {
+    masterLeft = !master.isAlive() && !endForwarded;
     images.relayDumps();
-    log.log("DR is finished");
+    log.log(finishedLine);
     services.loopback.closeLocalConnection();
     log.log("Closed loopback connection\n\n");
+    const Stopwatch watch;
     host.waitForEnd();
+    receipt.seconds.hostEnd = watch.exactSeconds();
     images.relayLastDumps();
     cleanUp();
 }
@@ -120,6 +138,39 @@ void RenderJob::cleanUp() {
     if (!isDevelopmentVersion())
         removeDumpFiles(services.config, log);
     scene.remove();
+}
+
+void RenderJob::completeReceipt() {
+    receipt.images = images.sent();
+    if (host.result().hasStarted())
+        receipt.hostExit = host.result().status;
+    receipt.hostWasEnded = host.wasEnded();
+    if (receipt.images.count == 0)
+        receipt.hostOutput = lastLines(outputPath, outputBegin);
+    // A scene that is not whole explains all that follows.
+    if (!receipt.ending)
+        receipt.ending = ending();
+}
+
+JobEnding RenderJob::ending() const {
+    // A master that has ended the render may go.
+    if (images.failure() && !endForwarded)
+        return *images.failure();
+    if (masterLeft)
+        return {JobOutcome::MasterLeft, pluginCame ? finishedLine : noResponseLine};
+    if (!pluginCame)
+        return endingWithoutPlugin();
+    if (host.hasCrashed() && !endForwarded)
+        return {JobOutcome::HostCrashed, host.endLine()};
+    return {images.sent().count > 0 ? JobOutcome::Completed : JobOutcome::NoImage, finishedLine};
+}
+
+JobEnding RenderJob::endingWithoutPlugin() const {
+    if (!host.result().hasStarted())
+        return {JobOutcome::HostNotStarted, host.endLine()};
+    if (host.hasCrashed())
+        return {JobOutcome::HostCrashed, host.endLine()};
+    return {JobOutcome::HostNeverCame, noResponseLine};
 }
 
 }  // namespace Orvane

@@ -158,6 +158,7 @@ void DrWindow::stopServer() {
         loop.DispatchTimeout(stopPollMs);
         wxTheApp->ProcessPendingEvents();
         log.flush();
+        server->refreshState();
     }
     server.reset();
 }
@@ -205,6 +206,8 @@ void DrWindow::onSaveImagesToggled(wxCommandEvent& event) {
 
 void DrWindow::onFlushTimer(wxTimerEvent& /*event*/) {
     log.flush();
+    if (server != nullptr)
+        server->refreshState();
     // The notification area may go away, and the only way to the window with it.
     if (trayIcon != nullptr && !IsShown() && !wxTaskBarIcon::IsAvailable())
         restoreFromTray();

@@ -25,8 +25,10 @@ class HeadlessProgram {
         log.log("DR server started");
         DrServer server(log);
         start(server);
-        while (!endedByItself && !stop.wait(flushPeriod))
+        while (!endedByItself && !stop.wait(flushPeriod)) {
             log.flush();
+            server.refreshState();
+        }
         const int status = endedByItself ? EXIT_FAILURE : EXIT_SUCCESS;
         close(server);
         return status;
@@ -54,6 +56,7 @@ class HeadlessProgram {
             // Asked first, or what a worker logs between the two would never be written.
             busy = server.isBusy();
             log.flush();
+            server.refreshState();
         }
     }
 

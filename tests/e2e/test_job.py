@@ -145,6 +145,8 @@ def test_two_whole_jobs(node):
         "DR is finished",
         "Closed loopback connection", "", "",
         "Ready for new connection",
+        "No image came. The last lines of this job in MaxLog.txt:",
+        "MaxLog> Again",
         "",
     ]
     assert (node.data / "DrLog.txt").read_bytes().decode("latin-1") == node.output()
