@@ -47,8 +47,8 @@ class SpawnSettings {
         posix_spawnattr_setsigmask(&attributes, &none);
         const sigset_t all = allSignals();
         posix_spawnattr_setsigdefault(&attributes, &all);
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF |
-                                                  POSIX_SPAWN_SETSID);
+        posix_spawnattr_setflags(
+            &attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
     }
     ~SpawnSettings() {
         posix_spawnattr_destroy(&attributes);

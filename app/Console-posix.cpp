@@ -1,6 +1,6 @@
-#include <cstdio>
-
 #include "app/Console.h"
+
+#include <cstdio>
 
 namespace Orvane {
 

@@ -1,8 +1,8 @@
+#include "app/Console.h"
+
 #include <windows.h>
 
 #include <shellapi.h>
-
-#include "app/Console.h"
 
 namespace Orvane {
 

@@ -9,7 +9,7 @@ from pathlib import Path
 from conftest import mount
 from harness import eventually
 
-TITLE = "Orvane Renderer DrServer | 1.1.1"
+TITLE = "Orvane Renderer DrServer | " + os.environ["ORVANE_VERSION"]
 ICON = "dr-server"  # how the toolkit calls the window of a tray icon, and of a tool tip or menu
 ERROR = "Orvane DR Server Error"
 

@@ -10,11 +10,10 @@ import struct
 import subprocess
 import threading
 import zlib
-from pathlib import Path
 
 import pytest
 from conftest import bring_up_loopback
-from harness import *
+from harness import HOST, ONLINE, PATIENCE, SERVER, Node, seen
 
 MASTER_PROGRAM = shlex.split(os.environ["ORVANE_MASTER"])
 NETWORK = "10.7.0."
@@ -193,9 +192,9 @@ def finish(process):
 
 
 def kept_images(folder):
-    """Values by the address of their node, in the order in which they came."""
+    """Values by the address of their node, ascending: a node sends in its folder's order."""
     values = {}
     for path in sorted((folder / "out").glob("node-*.exr")):
         node = path.name[len("node-"):].rsplit("-", 1)[0]
         values.setdefault(node, []).append(value_of(path))
-    return values
+    return {node: sorted(of_node) for node, of_node in values.items()}

@@ -1,11 +1,16 @@
 """Nodes that are wrong, slow, hostile or gone, and renders that end before their time. The nodes are
 played here, each on a loopback address of its own."""
 
+import json
 import signal
+import socket
+import struct
 import threading
+import time
 
 import pytest
-from farm import *
+from farm import exr, finish, start_render, value_of
+from harness import DUMP_EXR, END_RENDER, MASTER, PATIENCE, WELCOME, eventually
 
 
 class PlayedNode(threading.Thread):

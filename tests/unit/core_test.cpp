@@ -17,6 +17,7 @@
 #include "OrvaneCore/Str.h"
 #include "OrvaneCore/TextFileReader.h"
 #include "OrvaneCore/Timestamp.h"
+#include "tests/unit/StringPrinter.h"
 
 using namespace Orvane;
 
