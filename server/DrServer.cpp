@@ -9,7 +9,7 @@
 
 namespace Orvane {
 
-DrServer::DrServer(DrLog& target) : log(target), state(config), jobBook(config, log, state) {
+DrServer::DrServer(DrLog& target) : log(target), state(config), jobBook(config, log, state), relayWakeup(log) {
     maxInvoker.setup(workerStackBytes, "MY_MaxInvoker");
     serverThread.setup(workerStackBytes, "MY_ServerThread");
     makeDataFolder();

@@ -49,7 +49,7 @@ std::string releases(const DrConfig& config) {
     std::string years;
     for (std::int32_t year = firstHostYear; year <= lastHostYear; ++year)
         if (!config.hostPath(year).isEmpty())
-            years += (years.empty() ? "" : " ") + std::to_string(year);
+            years.append(years.empty() ? "" : " ").append(std::to_string(year));
     return years;
 }
 

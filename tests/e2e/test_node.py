@@ -306,3 +306,17 @@ def test_fatal_error_of_a_worker(node):
         master.job()
         assert node.ended() == -signal.SIGABRT
     assert node.errors().startswith("WTF\n")
+
+
+@pytest.mark.linux
+def test_file_watches_used_up(node):
+    node.configure(f"2014 {seen(node.install(2014, *ONLINE, 'dump dumpA.exr 10', 'hear', 'close'))}")
+    node.start("unshare", "--user", "--map-root-user", "sh", "-c",
+               'echo 0 > /proc/sys/user/max_inotify_watches && exec "$0" "$@"')
+    for _ in range(2):
+        with Master() as master:
+            master.job()
+            assert master.image() == image(10)
+            master.send(END_RENDER)
+            assert master.at_end()
+    assert node.final_log().count("Cannot watch the data folder: images may take two seconds longer\n") == 1
