@@ -9,7 +9,7 @@
 
 namespace Orvane {
 
-DrServer::DrServer(DrLog& target) : log(target), state(config), jobBook(config, log, state), relayWakeup(log) {
+DrServer::DrServer(DrLog& target) : log(target) {
     maxInvoker.setup(workerStackBytes, "MY_MaxInvoker");
     serverThread.setup(workerStackBytes, "MY_ServerThread");
     makeDataFolder();
@@ -44,7 +44,8 @@ void DrServer::bindMasterPort() {
 }
 
 void DrServer::serveMasters() {
-    const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup, jobBook};
+    const JobServices services{log,         config, maxInvoker, *loopbackListener,
+                               relayWakeup, dumps,  jobBook};
     MasterLoop(*masterListener, services, stopRequested).run();
     log.requestClose();
 }

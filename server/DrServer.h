@@ -8,6 +8,7 @@
 #include "config/DrConfig.h"
 #include "protocol/Listener.h"
 #include "server/DiscoveryReplier.h"
+#include "server/DumpFolder.h"
 #include "server/JobBook.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
@@ -44,9 +45,10 @@ class DrServer {
     DrLog& log;
     std::atomic<bool> stopRequested = false;
     DrConfig config;
-    NodeState state;
-    JobBook jobBook;
-    RelayWakeup relayWakeup;
+    NodeState state{config};
+    JobBook jobBook{config, log, state};
+    DumpFolder dumps{config, log, stopRequested};
+    RelayWakeup relayWakeup{log};
     StandbyThread maxInvoker;
     std::unique_ptr<Listener> masterListener;
     std::unique_ptr<LoopbackListener> loopbackListener;

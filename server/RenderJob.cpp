@@ -9,7 +9,6 @@
 #include "OrvaneCore/Stopwatch.h"
 #include "protocol/Framing.h"
 #include "protocol/Timeouts.h"
-#include "server/DumpFiles.h"
 #include "server/LaunchCommand.h"
 
 namespace Orvane {
@@ -33,7 +32,7 @@ RenderJob::RenderJob(const JobServices& jobServices, Connection& masterConnectio
       receipt(jobReceipt),
       scene(jobServices.config, jobServices.log),
       host(jobServices),
-      images(masterConnection, jobServices.config, jobServices.log),
+      images(masterConnection, jobServices),
       endSignals(jobServices.log, "Got END signal from remote side") {}
 
 void RenderJob::run() {
@@ -57,7 +56,7 @@ void RenderJob::launchHost() {
                                       services.config, plan.request, outputPath);
     log.log(String("Running command:\n") + line);
     // Nothing of an earlier job may reach this master.
-    removeDumpFiles(services.config, log);
+    services.dumps.removeAll();
     services.loopback.drainPendingConnections();
     host.start(line, outputPath);
 }
@@ -136,7 +135,7 @@ void RenderJob::finish() {
 
 void RenderJob::cleanUp() {
     if (!isDevelopmentVersion())
-        removeDumpFiles(services.config, log);
+        services.dumps.removeAll();
     scene.remove();
 }
 

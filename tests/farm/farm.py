@@ -2,10 +2,12 @@
 bridge; and the pictures that they send, whose values are known."""
 
 import ctypes
+import itertools
 import json
 import os
 import shlex
 import signal
+import socket
 import struct
 import subprocess
 import threading
@@ -13,7 +15,8 @@ import zlib
 
 import pytest
 from conftest import bring_up_loopback
-from harness import HOST, ONLINE, PATIENCE, SERVER, Node, seen
+from harness import (
+    DUMP_EXR, END_RENDER, HOST, MASTER, ONLINE, PATIENCE, SERVER, WELCOME, Node, seen)
 
 MASTER_PROGRAM = shlex.split(os.environ["ORVANE_MASTER"])
 NETWORK = "10.7.0."
@@ -167,6 +170,47 @@ def value_of(path):
         half = (len(block) + 1) // 2
         block = bytes(b for pair in zip(block[:half], block[half:]) for b in pair)
     return struct.unpack_from("<f", block)[0]
+
+
+class PlayedNode(threading.Thread):
+    """Takes one job after the other, and then does what `part` says with the connection."""
+
+    numbers = itertools.count(1)
+
+    def __init__(self, part):
+        super().__init__(daemon=True)
+        self.address = f"127.0.1.{next(self.numbers)}"
+        self.part = part
+        self.listener = socket.create_server((self.address, MASTER))
+        self.start()
+
+    def run(self):
+        while True:
+            link, _ = self.listener.accept()
+            with link:
+                try:
+                    self.play(link)
+                except OSError:
+                    pass  # the master has had enough
+
+    def play(self, link):
+        handshake = b""
+        while not handshake.endswith(b"\0"):
+            handshake += link.recv(65536)
+        self.frame = int(handshake.partition(b"<FrameName>")[2].partition(b"<")[0])
+        link.sendall(WELCOME)
+        (size,) = struct.unpack("<q", link.recv(8, socket.MSG_WAITALL))
+        link.recv(size, socket.MSG_WAITALL)
+        self.part(link)
+
+
+def announced(image, size=None):
+    return DUMP_EXR + struct.pack("<q", len(image) if size is None else size) + image
+
+
+def told_to_end(link):
+    link.settimeout(PATIENCE)
+    return link.recv(1000).endswith(END_RENDER)
 
 
 def start_master(folder, *arguments):
