@@ -25,7 +25,11 @@ DrServer::~DrServer() {
 }
 
 void DrServer::makeDataFolder() {
-    config.dataFolder = FileSystem::workingDirectory() + "/drData/";
+    config.dataFolder = FileSystem::portableName(FileSystem::workingDirectory()) + "/drData/";
+    if (toWide(toAnsi(config.dataFolder)) != config.dataFolder)
+        log.log(String("No job can bring images: the plug-in cannot be told this folder, because "
+                       "its name has characters outside the system's code page: ") +
+                config.dataFolder);
     // Not looked at: it may well exist, and who writes into it will notice.
     FileSystem::makeFolder(config.dataFolder);
 }
@@ -45,7 +49,7 @@ void DrServer::bindMasterPort() {
 
 void DrServer::serveMasters() {
     const JobServices services{log,         config, maxInvoker, *loopbackListener,
-                               relayWakeup, dumps,  jobBook};
+                               relayWakeup, dumps,  hostSwitch, jobBook};
     MasterLoop(*masterListener, services, stopRequested).run();
     log.requestClose();
 }
@@ -53,6 +57,11 @@ void DrServer::serveMasters() {
 void DrServer::requestStop() {
     stopRequested = true;
     discoveryReplier->requestStop();
+}
+
+void DrServer::endHost() {
+    if (hostSwitch.turnOff())
+        log.log(HostSwitch::line);
 }
 
 bool DrServer::isBusy() const {

@@ -10,6 +10,7 @@
 #include "server/DiscoveryReplier.h"
 #include "server/DumpFolder.h"
 #include "server/JobBook.h"
+#include "server/HostSwitch.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
 
@@ -32,6 +33,9 @@ class DrServer {
     /// once isBusy() is false the destructor returns at once.
     void requestStop();
     bool isBusy() const;
+    /// For a program that has only seconds left: ends a host that runs, and any that starts later,
+    /// which lets the job come to its end.
+    void endHost();
 
     /// Keeps the node's figures fresh. To be called at least once a minute, any thread.
     void refreshState() { state.refresh(); }
@@ -47,6 +51,7 @@ class DrServer {
     DrConfig config;
     NodeState state{config};
     JobBook jobBook{config, log, state};
+    HostSwitch hostSwitch;
     DumpFolder dumps{config, log, stopRequested};
     RelayWakeup relayWakeup{log};
     StandbyThread maxInvoker;

@@ -28,11 +28,13 @@ void HostRun::start(const String& line, const String& outputPath) {
     output = std::make_unique<HostOutput>(outputPath);
     command = std::make_unique<Command>(line, priority,
                                         [this](std::string_view bytes) { output->take(bytes); });
+    hostSwitch.setHost(command.get());
     maxInvoker.run([](void* self) { static_cast<HostRun*>(self)->run(); }, this);
 }
 
 void HostRun::run() {
     outcome = command->run();
+    hostSwitch.setHost(nullptr);
     output->write();
 }
 
@@ -101,7 +103,7 @@ String HostRun::endLine() const {
     if (ended)
         return String("Ended 3ds max: it had not ended by itself for ") +
                Str::toWString(static_cast<std::int32_t>(config.hostPatience.count())) + " s";
-    if (outcome.status != 0)
+    if (outcome.status != 0 && !hostSwitch.isOff())
         return String("3ds max ended with exit code ") + statusText(outcome.status);
     return {};
 }

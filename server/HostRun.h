@@ -16,7 +16,10 @@ class HostRun {
   public:
     /// `services` must outlive the run.
     explicit HostRun(const JobServices& services)
-        : maxInvoker(services.maxInvoker), log(services.log), config(services.config) {}
+        : maxInvoker(services.maxInvoker),
+          log(services.log),
+          config(services.config),
+          hostSwitch(services.hostSwitch) {}
     /// The command line must have ended: it is this object's.
     ~HostRun() = default;
     HostRun(const HostRun&) = delete;
@@ -36,7 +39,7 @@ class HostRun {
     const CommandResult& result() const { return outcome; }
     /// Its time after the release was over.
     bool wasEnded() const { return ended; }
-    bool hasCrashed() const { return outcome.hasCrashed() && !ended; }
+    bool hasCrashed() const { return outcome.hasCrashed() && !ended && !hostSwitch.isOff(); }
     /// The log's line about that; empty if it ended well.
     String endLine() const;
 
@@ -51,6 +54,7 @@ class HostRun {
     StandbyThread& maxInvoker;
     DrLog& log;
     const DrConfig& config;
+    HostSwitch& hostSwitch;
     std::unique_ptr<HostOutput> output;
     std::unique_ptr<Command> command;
     CommandResult outcome;  // the worker's until it is parked

@@ -47,7 +47,7 @@ std::string onOneLine(const Json& document) {
 
 }  // namespace
 
-const std::array<JobOutcomeWord, 10> jobOutcomeWords = {{
+const std::array<JobOutcomeWord, 11> jobOutcomeWords = {{
     {JobOutcome::Completed, "completed"},
     {JobOutcome::NoImage, "no-image"},
     {JobOutcome::MasterLeft, "master-left"},
@@ -57,6 +57,7 @@ const std::array<JobOutcomeWord, 10> jobOutcomeWords = {{
     {JobOutcome::HostCrashed, "host-crashed"},
     {JobOutcome::Disk, "disk"},
     {JobOutcome::Refused, "refused"},
+    {JobOutcome::Stopped, "stopped"},
     {JobOutcome::Interrupted, "interrupted"},
 }};
 

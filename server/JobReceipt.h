@@ -22,6 +22,7 @@ enum class JobOutcome {
     HostCrashed,
     Disk,
     Refused,
+    Stopped,
     Interrupted
 };
 /// The words for them in receipts and figures. Never changed: programs read them.
@@ -29,7 +30,7 @@ struct JobOutcomeWord {
     JobOutcome outcome;
     const char* word;
 };
-extern const std::array<JobOutcomeWord, 10> jobOutcomeWords;
+extern const std::array<JobOutcomeWord, 11> jobOutcomeWords;
 const char* wordOf(JobOutcome outcome);
 
 /// What a job ended with, and the line of the log that says so.

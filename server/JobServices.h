@@ -5,6 +5,7 @@
 #include "config/DrConfig.h"
 #include "server/DumpFolder.h"
 #include "server/JobBook.h"
+#include "server/HostSwitch.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
 
@@ -18,6 +19,7 @@ struct JobServices {
     LoopbackListener& loopback;
     RelayWakeup& wakeup;
     DumpFolder& dumps;
+    HostSwitch& hostSwitch;
     JobBook& book;
 };
 

@@ -9,6 +9,7 @@
 #include "OrvaneCore/Stopwatch.h"
 #include "protocol/Framing.h"
 #include "protocol/Timeouts.h"
+#include "server/KeepAwake.h"
 #include "server/LaunchCommand.h"
 
 namespace Orvane {
@@ -36,6 +37,7 @@ RenderJob::RenderJob(const JobServices& jobServices, Connection& masterConnectio
       endSignals(jobServices.log, "Got END signal from remote side") {}
 
 void RenderJob::run() {
+    const KeepAwake awake;
     if (!scene.download(master, plan, receipt)) {
         // Not the dumps: none are new, and in a folder that has become read-only they cannot go.
         scene.remove();
@@ -143,7 +145,7 @@ void RenderJob::completeReceipt() {
     receipt.images = images.sent();
     if (host.result().hasStarted())
         receipt.hostExit = host.result().status;
-    receipt.hostWasEnded = host.wasEnded();
+    receipt.hostWasEnded = host.wasEnded() || services.hostSwitch.isOff();
     if (receipt.images.count == 0)
         receipt.hostOutput = lastLines(outputPath, outputBegin);
     // A scene that is not whole explains all that follows.
@@ -152,6 +154,8 @@ void RenderJob::completeReceipt() {
 }
 
 JobEnding RenderJob::ending() const {
+    if (services.hostSwitch.isOff() && !endForwarded)
+        return {JobOutcome::Stopped, HostSwitch::line};
     // A master that has ended the render may go.
     if (images.failure() && !endForwarded)
         return *images.failure();

@@ -13,6 +13,7 @@
 
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/FileSystem.h"
+#include "app/StopSignal.h"
 #include "app/desktop/DisplayText.h"
 #include "app/desktop/FolderOpener.h"
 #include "app/desktop/LogText.h"
@@ -28,20 +29,19 @@ namespace {
 
 constexpr int saveImagesId = 3;
 constexpr int flushTimerId = 0;
-constexpr int borderPixels = 3;
+constexpr int borderWidth = 3;  // in pixels of a screen with 96 dpi
 constexpr int stopPollMs = 50;
 
 }  // namespace
 
 DrWindow::DrWindow(bool& serverFailed)
     : wxFrame(nullptr, wxID_ANY, wxString("Orvane Renderer DrServer | ") + versionText),
-      windowIcon(loadWindowIcon()),
       flushTimer(this, flushTimerId),
       failed(serverFailed) {
     layOut();
     Bind(wxEVT_CLOSE_WINDOW, &DrWindow::onClose, this);
     Bind(wxEVT_ICONIZE, &DrWindow::onIconize, this);
-    SetIcon(windowIcon);
+    SetIcons(loadWindowIcons());
     GetSizer()->Fit(this);
     log.setView(textCtrl);
     log.setCloseHandler([this] { giveUp(); });
@@ -56,6 +56,7 @@ DrWindow::~DrWindow() {
 void DrWindow::layOut() {
     WindowPlatform::setFrameColour(*this);
     auto* column = new wxBoxSizer(wxVERTICAL);
+    const int borderPixels = FromDIP(borderWidth);
     saveImages = new wxCheckBox(this, saveImagesId, "[DEBUG] Save sent images");
     saveImages->SetToolTip(
         "When enabled, saves all images sent from this slave in the DR server folder for "
@@ -79,7 +80,7 @@ wxSizer* DrWindow::makeFolderRow() {
     link->Bind(wxEVT_MENU_CLOSE, [this](wxMenuEvent&) { linkMenuOpen = false; });
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     row->Add(new wxStaticText(this, wxID_ANY, "Working directory:"), 0, wxALIGN_CENTER_VERTICAL);
-    row->Add(link, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, borderPixels);
+    row->Add(link, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, FromDIP(borderWidth));
     return row;
 }
 
@@ -157,6 +158,8 @@ void DrWindow::stopServer() {
     while (server->isBusy()) {
         loop.DispatchTimeout(stopPollMs);
         wxTheApp->ProcessPendingEvents();
+        if (StopSignal::isUrgent())
+            server->endHost();
         log.flush();
         server->refreshState();
     }

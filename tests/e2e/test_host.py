@@ -94,6 +94,42 @@ def test_host_below_normal_priority(node):
     node.wait_for("Ready for new connection")
 
 
+@pytest.mark.skipif(platform.end_session is None, reason="only Windows is in such a hurry")
+def test_end_of_the_session_during_a_job(node):
+    host = node.install(2014, *ONLINE, "mark there", "hang")
+    node.configure(f"2014 {seen(host)}")
+    node.start()
+    with Master() as master:
+        master.job()
+        eventually((host / "there").exists, node.log)
+        platform.end_session()
+        assert master.at_end()
+    assert node.ended() == 0 and node.host_processes() == [] and node.scenes() == []
+    assert "Ending 3ds max: there are only seconds left\nDR is finished" in node.log()
+    assert node.receipt("stopped", "Ending 3ds max: there are only seconds left")["hostEndedByServer"]
+    assert node.log().endswith("Ready for new connection\n")
+
+
+@pytest.mark.linux
+def test_login_manager_is_asked_to_keep_the_machine_awake(node):
+    inhibitor = node.folder / "systemd-inhibit"
+    inhibitor.write_text(
+        f'#!/bin/sh\necho "$@" >> "{node.folder}/asked"\n[ $1 = --what=idle ] || exit 1\nexec cat\n')
+    inhibitor.chmod(0o755)
+    node.configure(f"2014 {seen(node.install(2014, *ONLINE, 'await go', *PLAN[3:]))}")
+    node.start(env={**os.environ, "PATH": f"{node.folder}:{os.environ['PATH']}"})
+    with Master() as master:
+        master.job()
+        node.wait_for("DR is running")
+        asked = node.folder / "asked"
+        eventually(lambda: asked.exists() and "--what=idle " in asked.read_text())
+        node.allow(2014, "go")
+        assert master.image() == image(300)
+        master.send(END_RENDER)
+        assert master.at_end()
+    assert asked.read_text().startswith("--what=idle:sleep ")
+
+
 def test_what_a_host_leaves_behind(node):
     node.ready("shell " + platform.LINGER.format(seen(node.host(2014))), *PLAN)
     whole_job()
@@ -152,7 +188,7 @@ def test_sent_image_that_cannot_be_deleted(node, how):
             if how != "released":
                 node.wait_for(aside)
             if how == "set aside":
-                put_dump(node, "dumpOther.exr", image(400))
+                node.put_dump("dumpOther.exr", image(400))
                 assert master.image() == image(400)
         node.allow(2014, "go")
         assert master.image() == image(300)
@@ -175,7 +211,7 @@ def test_names_that_are_used_again(node):
             assert master.image() == image(1000 + number)
         master.send(END_RENDER)
         assert master.at_end()
-    assert not list(node.data.glob("dump*")) and "Waiting for" not in node.final_log()
+    assert not list(node.data.glob("dump*"))
 
 
 @pytest.mark.linux

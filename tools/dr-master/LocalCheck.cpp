@@ -47,6 +47,8 @@ constexpr std::array remedies = {
            "The scene could not be written: make room, or mend the folder's rights."},
     Remedy{"refused", ExitStatus::Refused,
            "Install that release or name its folder in DrConfig-1.00.txt; rename the camera."},
+    Remedy{"stopped", ExitStatus::ConnectionLost,
+           "The session or the machine ended during the job: run the server as a service."},
     Remedy{"interrupted", ExitStatus::ConnectionLost,
            "The server was killed, or the machine went down, during the job."},
 };

@@ -1,0 +1,17 @@
+#include <windows.h>
+
+#include "server/KeepAwake.h"
+
+namespace Orvane {
+
+struct KeepAwake::Native {};
+
+KeepAwake::KeepAwake() {
+    SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);
+}
+
+KeepAwake::~KeepAwake() {
+    SetThreadExecutionState(ES_CONTINUOUS);
+}
+
+}  // namespace Orvane
