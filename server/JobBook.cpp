@@ -83,8 +83,12 @@ void JobBook::leaveOut(const JobReceipt& receipt) {
 }
 
 void JobBook::tick() {
-    if (leftOut && Clock::now() - leftOutSince >= leftOutWindow)
+    if (Clock::now() >= due())
         writeLeftOut();
+}
+
+JobBook::Clock::time_point JobBook::due() const {
+    return leftOut ? leftOutSince + leftOutWindow : Clock::time_point::max();
 }
 
 void JobBook::writeLeftOut() {

@@ -15,6 +15,8 @@ namespace Orvane {
 /// thread, but for open(), which the start-up thread calls before there is one.
 class JobBook {
   public:
+    using Clock = std::chrono::steady_clock;
+
     /// All must outlive the book.
     JobBook(const DrConfig& settings, DrLog& target, NodeState& nodeState)
         : config(settings), log(target), state(nodeState) {}
@@ -35,12 +37,12 @@ class JobBook {
     void afterwards(const JobReceipt& receipt);
     /// A refused job in a flood of them: counted, and written down with others of its kind.
     void leaveOut(const JobReceipt& receipt);
-    /// To be called every few seconds between jobs.
+    /// Writes down what is due by then, between jobs.
     void tick();
+    /// When tick() has something to do.
+    Clock::time_point due() const;
 
   private:
-    using Clock = std::chrono::steady_clock;
-
     bool append(const std::string& receipt) const;
     void logUnwritten() const;
     void writeLeftOut();

@@ -4,8 +4,8 @@
 #include "OrvaneCore/misc/multithreading/StandbyThread.h"
 #include "config/DrConfig.h"
 #include "server/DumpFolder.h"
-#include "server/JobBook.h"
 #include "server/HostSwitch.h"
+#include "server/JobBook.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
 
