@@ -18,6 +18,9 @@
 
 namespace Orvane {
 
+// One argument of a program, its zero included, is 128 KiB at most.
+const std::size_t mostCommandCharacters = 128 * 1024 - 1;
+
 const std::u16string_view specialWithinQuotes = u"\"`$\\";
 
 String withinQuotes(const String& text) {
@@ -156,6 +159,13 @@ struct Command::Native {
             pipe.closeEnd(0);
     }
 };
+
+bool CommandResult::hasCrashed() const {
+    // As the shell tells of signals.
+    constexpr std::uint32_t none = 128;
+    constexpr std::uint32_t last = none + 64;
+    return status > none && status <= last;
+}
 
 Command::Command(String commandLine, Priority processPriority, Output outputTarget)
     : line(std::move(commandLine)),

@@ -14,6 +14,10 @@
 
 namespace Orvane {
 
+// The interpreter's own limit is 8,191, the words around the line included; and where a path holds
+// a percent sign, the name of a variable stands for it.
+const std::size_t mostCommandCharacters = 8191 - 64;
+
 const std::u16string_view specialWithinQuotes = u"\"%";
 
 namespace {
@@ -310,6 +314,12 @@ struct Command::Native {
         return waited[which];
     }
 };
+
+bool CommandResult::hasCrashed() const {
+    // The system's own codes of errors.
+    constexpr std::uint32_t first = 0xC0000000;
+    return status >= first;
+}
 
 Command::Command(String commandLine, Priority processPriority, Output outputTarget)
     : line(std::move(commandLine)),

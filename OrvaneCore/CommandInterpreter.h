@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -20,6 +21,8 @@ struct CommandResult {
     bool leftProcesses = false;
 
     bool hasStarted() const { return startFailure.isEmpty(); }
+    /// The status says that the last program was ended by a signal, or by the system for a fault.
+    bool hasCrashed() const;
 };
 
 /// One line for the system's command interpreter (cmd.exe or /bin/sh), and every process that comes
@@ -50,6 +53,9 @@ class Command {
     Output output;
     std::unique_ptr<Native> native;
 };
+
+/// The longest line that the interpreter takes, in bytes of the narrow text.
+extern const std::size_t mostCommandCharacters;
 
 /// The text as it is written within double quotes of a command line, so that the programs see it as
 /// it is. Only characters that the interpreter acts upon even there are changed.

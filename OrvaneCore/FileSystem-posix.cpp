@@ -61,7 +61,8 @@ std::int64_t fileSize(std::FILE* stream) {
 
 std::optional<std::uint64_t> freeSpace(const String& folder) {
     struct statvfs found {};
-    if (statvfs(toAnsi(folder).c_str(), &found) != 0)
+    // Some file systems, of networks above all, count no blocks: they are not full.
+    if (statvfs(toAnsi(folder).c_str(), &found) != 0 || found.f_blocks == 0)
         return std::nullopt;
     return static_cast<std::uint64_t>(found.f_bavail) * found.f_frsize;
 }
@@ -135,6 +136,21 @@ bool renameFile(const String& from, const String& to) {
 
 bool emptyFile(const String& path) {
     return truncate(toAnsi(path).c_str(), 0) == 0;
+}
+
+bool append(const String& path, std::string_view bytes) {
+    const int descriptor =
+        open(toAnsi(path).c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666);
+    if (descriptor < 0)
+        return false;
+    const off_t before = lseek(descriptor, 0, SEEK_END);
+    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    const bool whole = written == static_cast<ssize_t>(bytes.size());
+    // On a full disk a part may have had room. If that cannot be taken back, so be it.
+    if (!whole && written > 0 && before >= 0 && ftruncate(descriptor, before) != 0)
+        errno = ENOSPC;
+    close(descriptor);
+    return whole;
 }
 
 bool makeFolder(const String& path) {

@@ -6,10 +6,11 @@
 #include "OrvaneCore/DrLog.h"
 #include "OrvaneCore/misc/multithreading/StandbyThread.h"
 #include "config/DrConfig.h"
-#include "protocol/Listener.h"
 #include "server/DiscoveryReplier.h"
+#include "server/Door.h"
 #include "server/DumpFolder.h"
 #include "server/HostSwitch.h"
+#include "server/JobBook.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
 
@@ -36,20 +37,26 @@ class DrServer {
     /// which lets the job come to its end.
     void endHost();
 
+    static constexpr std::chrono::seconds refreshPeriod{45};
+    /// Keeps the node's figures fresh. To be called at least so often, by any thread.
+    void refreshState() { state.refresh(); }
+
   private:
     void makeDataFolder();
-    void bindMasterPort();
+    void openDoor();
     void serveMasters();
 
     // Each is used by those behind it, and goes after them.
     DrLog& log;
     std::atomic<bool> stopRequested = false;
     DrConfig config;
+    NodeState state{config};
+    JobBook jobBook{config, log, state};
     HostSwitch hostSwitch;
     DumpFolder dumps{config, log, stopRequested};
-    RelayWakeup relayWakeup;
+    RelayWakeup relayWakeup{log};
     StandbyThread maxInvoker;
-    std::unique_ptr<Listener> masterListener;
+    std::unique_ptr<Door> door;
     std::unique_ptr<LoopbackListener> loopbackListener;
     std::unique_ptr<DiscoveryReplier> discoveryReplier;
     StandbyThread serverThread;

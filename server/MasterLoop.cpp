@@ -1,5 +1,7 @@
 #include "server/MasterLoop.h"
 
+#include <algorithm>
+
 #include "OrvaneCore/Str.h"
 #include "protocol/Framing.h"
 #include "protocol/Timeouts.h"
@@ -11,7 +13,6 @@ namespace Orvane {
 
 namespace {
 
-const char* const bogusLine = "Got bogus master connection: ";
 const char* const lostLine = "Error writing response";
 const char* const acceptedLine = "Accepted remote connection from";
 const char* const readyLine = "Ready for new connection";
@@ -24,46 +25,38 @@ String onOneLine(String text) {
     return text;
 }
 
+JobReceipt receiptOf(const JobPlan& plan, const Connection& master) {
+    JobReceipt receipt;
+    receipt.master = master.peerAddress();
+    receipt.releaseAsked = plan.sceneYear;
+    receipt.releaseUsed = plan.hostYear;
+    receipt.frames = plan.request.frameName;
+    receipt.camera = plan.request.cameraName;
+    if (plan.isRefused())
+        receipt.ending = {JobOutcome::Refused, plan.refusal};
+    return receipt;
+}
+
 }  // namespace
 
-MasterLoop::MasterLoop(Listener& masterListener, const JobServices& jobServices,
+MasterLoop::MasterLoop(Door& masterDoor, const JobServices& jobServices,
                        const std::atomic<bool>& stopFlag)
-    : listener(masterListener),
+    : door(masterDoor),
       services(jobServices),
       log(jobServices.log),
       stopRequested(stopFlag),
-      bogusConnections(log, bogusLine),
       lostConnections(log, lostLine),
       refusedJobs(log, acceptedLine, mostRefusedJobs) {}
 
 void MasterLoop::run() {
     while (!stopRequested) {
-        if (auto master = receiveMaster())
+        if (auto master = door.next(
+                std::min({lostConnections.due(), refusedJobs.due(), services.book.due()})))
             serve(*master);
-        bogusConnections.tick();
         lostConnections.tick();
         refusedJobs.tick();
+        services.book.tick();
     }
-}
-
-std::optional<MasterLoop::Master> MasterLoop::receiveMaster() {
-    auto connection = listener.accept();
-    if (connection == nullptr)
-        return std::nullopt;
-    const ReceivedMessage message = readMessage(*connection, Timeouts::masterHandshakeSeconds);
-    const auto handshake = message.isWhole() ? MasterHandshake::read(message.text) : std::nullopt;
-    if (handshake)
-        return Master{std::move(connection), message.text, handshake->job};
-    logBogus(message.text);
-    return std::nullopt;
-}
-
-void MasterLoop::logBogus(const String& received) {
-    const String shown = shownInLog(received);
-    if (!bogusConnections.admit(shown.length()))
-        return;
-    log.log(bogusLine + shown);
-    log.log(readyLine);
 }
 
 void MasterLoop::serve(Master& master) {
@@ -75,7 +68,9 @@ void MasterLoop::serve(Master& master) {
 }
 
 bool MasterLoop::answer(Master& master) {
-    if (writeMessage(*master.connection, MasterWelcome::text()) == 0)
+    // A connection whose other end has gone still takes bytes for a while.
+    if (!master.hasLeft() && writeMessage(*master.connection, MasterWelcome::text(),
+                                          Timeouts::masterHandshakeSeconds) == 0)
         return true;
     if (lostConnections.admit()) {
         log.log(lostLine);
@@ -85,13 +80,20 @@ bool MasterLoop::answer(Master& master) {
 }
 
 void MasterLoop::perform(const JobPlan& plan, Master& master) {
-    const bool logged = logAccepted(plan, master);
-    if (!plan.isRefused())
-        RenderJob(services, *master.connection, plan).run();
-    else if (logged)
+    JobReceipt receipt = receiptOf(plan, *master.connection);
+    if (!logAccepted(plan, master)) {
+        services.book.leaveOut(receipt);
+        return;
+    }
+    if (plan.isRefused()) {
         log.log(plan.refusal);
-    if (logged)
-        log.log(readyLine);
+    } else {
+        services.book.begin(receipt);
+        RenderJob(services, *master.connection, plan, receipt).run();
+    }
+    services.book.end(receipt);
+    log.log(readyLine);
+    services.book.afterwards(receipt);
 }
 
 bool MasterLoop::logAccepted(const JobPlan& plan, const Master& master) {

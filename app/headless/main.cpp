@@ -21,20 +21,27 @@ class HeadlessProgram {
   public:
     HeadlessProgram() {
         log.setCloseHandler([this] { endedByItself = true; });
+        log.setWakeHandler([this] { stop.wake(); });
     }
 
     int run() {
         log.log("DR server started");
         DrServer server(log);
         start(server);
-        while (!endedByItself && !stop.wait(flushPeriod))
+        while (!endedByItself && !waitForLines()) {
             log.flush();
+            server.refreshState();
+        }
         const int status = endedByItself ? EXIT_FAILURE : EXIT_SUCCESS;
         close(server);
         return status;
     }
 
   private:
+    // An idle server wakes for its figures alone. Once there is a line others may follow it at once,
+    // and are written with it. True when the program is to end.
+    bool waitForLines() { return stop.wait(DrServer::refreshPeriod) || stop.wait(flushPeriod); }
+
     void start(DrServer& server) {
         try {
             openLogFile(log, server);
@@ -58,6 +65,7 @@ class HeadlessProgram {
             // Asked first, or what a worker logs between the two would never be written.
             busy = server.isBusy();
             log.flush();
+            server.refreshState();
         }
     }
 

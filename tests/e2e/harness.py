@@ -2,6 +2,7 @@
 are shown as Latin-1, one character each, because any byte may stand in a path or a message."""
 
 import importlib
+import json
 import os
 import re
 import shlex
@@ -172,6 +173,21 @@ class Node:
         os.chown(new, owner, -1)
         new.rename(self.data / name)
 
+    def receipts(self):
+        return [json.loads(line) for line in (self.data / "Jobs.jsonl").read_text("utf-8").splitlines()]
+
+    def receipt(self, outcome, line):
+        """The last job's, which must have ended like this."""
+        last = self.receipts()[-1]
+        assert (last["outcome"], last["line"].encode()) == (outcome, line.encode("latin-1")), last
+        return last
+
+    def figures(self):
+        """What monitoring sees: values by name and labels."""
+        lines = (self.data / "orvane_dr.prom").read_text().splitlines()
+        values = dict(line.rsplit(" ", 1) for line in lines if not line.startswith("#"))
+        return {name.removeprefix("orvane_dr_"): float(value) for name, value in values.items()}
+
     def scenes(self):
         return list(self.data.glob("received_scene_*"))
 
@@ -190,8 +206,9 @@ def scene_bytes(scene, announced=None):
 class Peer:
     """Takes little without reading: what the server has sent is for the most part still with it."""
 
-    def __init__(self, port):
+    def __init__(self, port, source=""):
         self.link = socket.socket()
+        self.link.bind((source, 0))
         self.link.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 65536)
         self.link.settimeout(PATIENCE)
         self.link.connect(("127.0.0.1", port))
@@ -236,8 +253,8 @@ class Peer:
 
 
 class Master(Peer):
-    def __init__(self):
-        super().__init__(MASTER)
+    def __init__(self, source=""):
+        super().__init__(MASTER, source)
 
     def shake(self, **fields):
         self.send(request(**fields))
