@@ -1,4 +1,3 @@
-#include "app/StopEvents-win32.h"
 #include "app/StopSignal.h"
 
 #include <windows.h>
@@ -7,6 +6,8 @@
 #include <future>
 #include <memory>
 #include <thread>
+
+#include "app/StopEvents-win32.h"
 
 namespace Orvane {
 
