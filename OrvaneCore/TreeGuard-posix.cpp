@@ -27,6 +27,8 @@ constexpr int commandOutput = 1;
 constexpr int serverLink = 2;
 constexpr int firstOther = 3;
 
+constexpr int lowPriorityNice = 10;
+
 sigset_t allSignals() {
     sigset_t all;
     sigfillset(&all);
@@ -42,7 +44,7 @@ class Guard {
     [[noreturn]] void run(bool lowPriority, int guardLink, int outputEnd) {
         leaveTheServer(guardLink, outputEnd);
         if (lowPriority)
-            setpriority(PRIO_PROCESS, 0, 10);
+            setpriority(PRIO_PROCESS, 0, std::max(getpriority(PRIO_PROCESS, 0), lowPriorityNice));
         const int error = posix_spawn(&interpreter, "/bin/sh", &settings.actions,
                                       &settings.attributes, arguments, environ);
         if (error != 0)

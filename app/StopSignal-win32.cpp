@@ -15,6 +15,8 @@ namespace {
 
 HANDLE endEvent = nullptr;
 
+std::atomic<bool> woken = false;
+DWORD waitingThread = 0;
 std::atomic<bool> urgent = false;
 
 /// For notices after which the system ends the process: they return when it has ended in order.
@@ -103,6 +105,10 @@ std::unique_ptr<HiddenWindow> hiddenWindow;
 }  // namespace
 
 StopSignal::StopSignal() {
+    waitingThread = GetCurrentThreadId();
+    // Without a window the thread has no queue yet for the message that wakes it.
+    MSG message;
+    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);
     StopEvents::create();
     endEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     SetConsoleCtrlHandler(consoleHandler(), TRUE);
@@ -131,11 +137,16 @@ bool StopSignal::wait(std::chrono::milliseconds longest) {
     auto left = longest;
     // The toolkit's sockets have a window on the main thread, and the end of the session waits for
     // its answers. A program that does not wait here serves its windows by itself.
-    while (left > left.zero() && StopEvents::waitForMessage(left)) {
+    while (left > left.zero() && !woken.exchange(false) && StopEvents::waitForMessage(left)) {
         serveWindows();
         left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     }
     return StopEvents::areSet();
+}
+
+void StopSignal::wake() {
+    woken = true;
+    PostThreadMessageW(waitingThread, WM_NULL, 0, 0);
 }
 
 }  // namespace Orvane

@@ -15,9 +15,11 @@ class StopSignal {
     StopSignal(const StopSignal&) = delete;
     StopSignal& operator=(const StopSignal&) = delete;
 
-    /// Waits for `longest` at most, which may be zero; true when the program is to end. On Linux
-    /// one signal is reported once.
+    /// Waits for `longest` at most, which may be zero, or until wake(); true when the program is to
+    /// end. On Linux one signal is reported once.
     bool wait(std::chrono::milliseconds longest);
+    /// Ends the wait that is under way, or the next one. Any thread.
+    void wake();
 
     /// True once the system gives the program only seconds to end: at the end of a Windows session,
     /// or when a Windows console is closed. Any thread.

@@ -17,6 +17,13 @@ std::size_t slotOf(std::int32_t year) {
     return static_cast<std::size_t>(year - firstHostYear);
 }
 
+constexpr std::u16string_view mastersName = u"masters";
+
+String lowerCase(String text) {
+    Str::toLower(text);
+    return text;
+}
+
 /// The value of "Name = value". Empty if there is none.
 String valueBehindEquals(const String& rest) {
     String text = rest;
@@ -62,6 +69,8 @@ void DrConfig::load(const String& path, DrLog& log) {
         if (FileSystem::isRegularFile(path)) {
             // Somebody's settings, which a default must not replace.
             log.log(String("The config file cannot be read, and is left as it is: ") + path);
+            masters.restrict();
+            logMasters(log);
             return;
         }
         log.log("Cannot read the config file, default one will be created");
@@ -69,6 +78,15 @@ void DrConfig::load(const String& path, DrLog& log) {
         return;
     }
     readFile(reader, log);
+    logMasters(log);
+}
+
+void DrConfig::logMasters(DrLog& log) const {
+    if (!masters.isRestricted())
+        return;
+    const String text = masters.text();
+    log.log(text.isEmpty() ? String("No master may come: the config file does not say who")
+                           : String("Masters that may come: ") + text);
 }
 
 void DrConfig::readFile(TextFileReader& reader, DrLog& log) {
@@ -81,6 +99,10 @@ void DrConfig::readFile(TextFileReader& reader, DrLog& log) {
         if (!takeLine(line)) {
             log.log("Error in the config file");
             log.log(String("Line ") + Str::toWString(number) + " is not understood: " + line);
+            // A line that was to name masters must not leave the door open to all.
+            if (lowerCase(line).view().find(mastersName) != std::u16string_view::npos)
+                masters.restrict();
+            readMastersOnly(reader);
             return;
         }
     }
@@ -105,11 +127,11 @@ bool DrConfig::takeSetting(const String& line) {
         bool (DrConfig::*take)(const String& rest);
     };
     constexpr std::array settings = {Setting{u"retainexr", &DrConfig::takeRetainExr},
+                                     Setting{mastersName, &DrConfig::takeMasters},
                                      Setting{u"hostpatience", &DrConfig::takeHostPatience},
                                      Setting{u"hostpriority", &DrConfig::takeHostPriority},
                                      Setting{u"logmegabytes", &DrConfig::takeLogMegabytes}};
-    String lower = line;
-    Str::toLower(lower);
+    const String lower = lowerCase(line);
     for (const Setting& setting : settings) {
         if (Str::startsWith(lower, setting.name))
             return (this->*setting.take)(String(line.view().substr(setting.name.size())));
@@ -123,6 +145,20 @@ bool DrConfig::takeRetainExr(const String& rest) {
     return true;
 }
 
+bool DrConfig::takeMasters(const String& rest) {
+    return masters.add(valueBehindEquals(rest));
+}
+
+void DrConfig::readMastersOnly(TextFileReader& reader) {
+    String line;
+    while (!reader.atEnd()) {
+        reader.readLine(line);
+        Str::trimWhitespace(line);
+        if (Str::startsWith(lowerCase(line), mastersName))
+            (void)takeMasters(String(line.view().substr(mastersName.size())));
+    }
+}
+
 bool DrConfig::takeHostPatience(const String& rest) {
     const std::optional<std::int32_t> seconds = numberBehindEquals(rest);
     if (!seconds)
@@ -132,8 +168,7 @@ bool DrConfig::takeHostPatience(const String& rest) {
 }
 
 bool DrConfig::takeHostPriority(const String& rest) {
-    String value = valueBehindEquals(rest);
-    Str::toLower(value);
+    const String value = lowerCase(valueBehindEquals(rest));
     hostHasLowPriority = value == String("low");
     return hostHasLowPriority || value == String("normal");
 }

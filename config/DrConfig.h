@@ -6,6 +6,7 @@
 
 #include "OrvaneCore/DrLog.h"
 #include "config/HostInstallation.h"
+#include "config/MasterList.h"
 
 namespace Orvane {
 
@@ -18,6 +19,8 @@ class DrConfig {
     std::atomic<bool> retainExr = false;
     /// Ends in "/". Paths add another one, which every platform takes as one.
     String dataFolder;
+    /// Who else but programs on this machine may reach the server.
+    MasterList masters;
 
     /// How long the host may take to end once nobody needs it; zero: for ever.
     std::chrono::seconds hostPatience{900};
@@ -41,6 +44,9 @@ class DrConfig {
     bool takeLine(const String& line);
     bool takeSetting(const String& line);
     bool takeRetainExr(const String& rest);
+    bool takeMasters(const String& rest);
+    void readMastersOnly(class TextFileReader& reader);
+    void logMasters(DrLog& log) const;
     bool takeHostPatience(const String& rest);
     bool takeHostPriority(const String& rest);
     bool takeLogMegabytes(const String& rest);

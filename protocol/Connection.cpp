@@ -32,8 +32,8 @@ Outcome outcomeOf(const asio::error_code& error) {
     return error == asio::error::eof ? Outcome::Ended : Outcome::Failed;
 }
 
-bool waitUntil(SocketHandle socket, bool forWriting, Clock::time_point deadline) {
-    WaitedSocket waited{socket, forWriting};
+bool waitUntil(SocketHandle socket, WaitFor purpose, Clock::time_point deadline) {
+    WaitedSocket waited{socket, purpose};
     return waitForSockets({&waited, 1}, deadline);
 }
 
@@ -141,7 +141,7 @@ std::size_t Connection::receive(void* buffer, std::size_t size, int flags,
             return got;
         if (outcome != Outcome::WouldBlock)
             end(outcome == Outcome::Failed);
-        else if (!waitUntil(handle(), false, deadline))
+        else if (Clock::now() >= deadline || !waitUntil(handle(), WaitFor::Input, deadline))
             break;
     }
     return 0;
@@ -157,7 +157,7 @@ std::size_t Connection::write(const void* bytes, std::size_t size) {
         const Outcome outcome = outcomeOf(error);
         if (outcome == Outcome::Ended || outcome == Outcome::Failed)
             end(outcome == Outcome::Failed);
-        else if (outcome == Outcome::WouldBlock && !waitUntil(handle(), true, deadline))
+        else if (outcome == Outcome::WouldBlock && !waitUntil(handle(), WaitFor::Room, deadline))
             break;
     }
     return done;
@@ -194,7 +194,7 @@ void Connection::closeAfterDelivery(std::chrono::milliseconds longest) {
         native->socket.shutdown(tcp::socket::shutdown_send, ignored);
         const auto deadline = Clock::now() + longest;
         while (isAlive() && Clock::now() < deadline) {
-            if (waitUntil(handle(), false, deadline))
+            if (waitUntil(handle(), WaitFor::Input, deadline))
                 discardInput();
         }
     }

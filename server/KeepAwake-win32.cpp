@@ -1,6 +1,6 @@
-#include <windows.h>
-
 #include "server/KeepAwake.h"
+
+#include <windows.h>
 
 namespace Orvane {
 

@@ -157,7 +157,7 @@ class Node:
             except OSError:
                 return b""
 
-        mark = str(self.folder.parent).encode()  # other runs have the same tests
+        mark = seen(self.folder.parent).encode("latin-1")  # other runs have the same tests
         return [int(process.name) for process in Path("/proc").glob("[0-9]*")
                 if mark in command(process) and b"3dsmaxcmd.exe" in command(process)]
 
@@ -190,8 +190,9 @@ def scene_bytes(scene, announced=None):
 class Peer:
     """Takes little without reading: what the server has sent is for the most part still with it."""
 
-    def __init__(self, port):
+    def __init__(self, port, source=""):
         self.link = socket.socket()
+        self.link.bind((source, 0))
         self.link.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 65536)
         self.link.settimeout(PATIENCE)
         self.link.connect(("127.0.0.1", port))
@@ -236,8 +237,8 @@ class Peer:
 
 
 class Master(Peer):
-    def __init__(self):
-        super().__init__(MASTER)
+    def __init__(self, source=""):
+        super().__init__(MASTER, source)
 
     def shake(self, **fields):
         self.send(request(**fields))

@@ -30,9 +30,6 @@ def reports_damage(_errors):
     return False
 
 
-end_session = None  # whoever ends a session waits for its programs as long as they were told to
-
-
 @contextmanager
 def kept(path):
     """The file cannot be deleted."""

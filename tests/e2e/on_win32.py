@@ -41,10 +41,6 @@ def reports_damage(errors):
     return ":heap:" in errors
 
 
-def end_session():
-    wine("wineboot", "--end-session")
-
-
 @contextmanager
 def kept(_path):
     """The file cannot be deleted: the host has opened it."""

@@ -229,6 +229,21 @@ def test_service(session, node, tmp_path):
         assert subprocess.run([*SERVER, "--service"]).returncode == 1
 
 
+@pytest.mark.parametrize("program", [harness.SERVER, DESKTOP], ids=["headless", "desktop"])
+def test_end_of_the_session_during_a_job(session, node, program, monkeypatch):
+    monkeypatch.setattr(harness, "SERVER", program)
+    node.ready(*ONLINE, "mark there", "hang")
+    with Master() as master:
+        master.job()
+        eventually((node.host(2014) / "there").exists, node.log)
+        wine("wineboot", "--end-session")
+        assert master.at_end()
+    assert node.ended() == 0 and node.host_processes() == [] and node.scenes() == []
+    log = (node.data / "DrLog.txt").read_text("latin-1").replace("\r", "")
+    assert "Ending 3ds max: there are only seconds left\n" in log
+    assert log.endswith("Ready for new connection\n")
+
+
 def test_installer(session, node, tmp_path):
     drive = tmp_path / "wine/drive_c"
     programs = drive / "Program Files" / NAME
