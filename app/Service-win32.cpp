@@ -72,6 +72,11 @@ void report(DWORD state, DWORD checkpoint = 0, int exitStatus = EXIT_SUCCESS) {
 DWORD WINAPI onControl(DWORD control, DWORD /*event*/, void* /*data*/, void* /*context*/) {
     switch (control) {
         case SERVICE_CONTROL_SHUTDOWN:
+            // Behind the time for preshutdown, if there was any, there are only seconds left.
+            StopSignal::makeUrgent();
+            StopEvents::set();
+            return NO_ERROR;
+        case SERVICE_CONTROL_STOP:
         case SERVICE_CONTROL_PRESHUTDOWN:
             StopSignal::makeUrgent();
             StopEvents::set();
