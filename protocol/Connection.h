@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdio>
 #include <memory>
 
 #include "OrvaneCore/String.h"
@@ -46,6 +47,14 @@ class Connection {
     }
     /// Answers with the first bytes that come; 0 after the deadline, the peer's end or an error.
     [[nodiscard]] std::size_t readSome(void* buffer, std::size_t size, Clock::time_point deadline);
+    /// Answers as soon as some bytes went; 0 after the deadline, the peer's end or an error.
+    [[nodiscard]] std::size_t writeSome(const void* bytes, std::size_t size,
+                                        Clock::time_point deadline);
+    /// The same with the next bytes of an unbuffered file, moved by the system itself. 0, and the
+    /// connection as it was, where it cannot or something is wrong: reading from where the file
+    /// then stands and writing goes on, or tells what it is.
+    [[nodiscard]] std::size_t sendSome(std::FILE* file, std::size_t most,
+                                       Clock::time_point deadline);
 
     /// Waits up to `longest` for input and shows it without taking it; 0 when there is none.
     [[nodiscard]] std::size_t peek(void* buffer, std::size_t size,
