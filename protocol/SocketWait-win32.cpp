@@ -52,7 +52,7 @@ bool waitForSockets(std::span<WaitedSocket> sockets, SocketClock::time_point dea
             if (waited.forWriting)  // a connection that could not be made
                 failed.add(waited.socket);
         }
-        const timeval limit = timeUntil(deadline);
+        timeval limit = timeUntil(deadline);
         const int result = select(0, readable.native(), writable.native(), failed.native(), &limit);
         // An error is that of one of them: whoever uses it next is told.
         for (WaitedSocket& waited : sockets)

@@ -12,6 +12,10 @@ namespace Orvane {
 /// from the master, a byte or the end from the plug-in. Where the folder cannot be watched only the
 /// connections wake it, and the longest wait is the pace. Lives as long as the server; used by one
 /// thread.
+///
+/// On the system's own calls: it is one wait for things of different kinds, and the networking
+/// library would have to leave a receive pending on each connection, which somebody would have to
+/// take back before the bytes can be read where they are wanted.
 class RelayWakeup {
   public:
     RelayWakeup();

@@ -11,10 +11,4 @@ wxString toToolkit(const String& text) {
     return {bytes, wxMBConvUTF16LE(), units.size() * sizeof(char16_t)};
 }
 
-String fromToolkit(const wxString& text) {
-    const wxScopedCharBuffer bytes = text.mb_str(wxMBConvUTF16LE());
-    return String(std::u16string_view(reinterpret_cast<const char16_t*>(bytes.data()),
-                                      bytes.length() / sizeof(char16_t)));
-}
-
 }  // namespace Orvane

@@ -6,8 +6,7 @@
 
 namespace Orvane {
 
-/// Between the core's text and the toolkit's, code unit by code unit.
+/// The core's text as the toolkit's, code unit by code unit.
 wxString toToolkit(const String& text);
-String fromToolkit(const wxString& text);
 
 }  // namespace Orvane
