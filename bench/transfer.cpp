@@ -19,6 +19,7 @@
 
 #include "bench/BareSocket.h"
 #include "bench/Figures.h"
+#include "bench/Ports.h"
 #include "protocol/FileTransfer.h"
 #include "protocol/Listener.h"
 
@@ -26,7 +27,7 @@ using namespace Bench;
 
 namespace {
 
-constexpr unsigned short port = 20100;
+constexpr unsigned short port = transferPort;
 
 struct Settings {
     std::string folder;
