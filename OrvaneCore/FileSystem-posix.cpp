@@ -58,7 +58,8 @@ std::int64_t fileSize(std::FILE* stream) {
 
 std::optional<std::uint64_t> freeSpace(const String& folder) {
     struct statvfs found {};
-    if (statvfs(toAnsi(folder).c_str(), &found) != 0)
+    // Some file systems, of networks above all, count no blocks: they are not full.
+    if (statvfs(toAnsi(folder).c_str(), &found) != 0 || found.f_blocks == 0)
         return std::nullopt;
     return static_cast<std::uint64_t>(found.f_bavail) * found.f_frsize;
 }

@@ -13,6 +13,13 @@ std::size_t slotOf(std::int32_t year) {
     return static_cast<std::size_t>(year - firstHostYear);
 }
 
+constexpr std::u16string_view mastersName = u"masters";
+
+String lowerCase(String text) {
+    Str::toLower(text);
+    return text;
+}
+
 }  // namespace
 
 const String& DrConfig::hostPath(std::int32_t year) const {
@@ -36,6 +43,10 @@ void DrConfig::load(const String& path, DrLog& log) {
         return;
     }
     readFile(reader, log);
+    if (masters.isRestricted())
+        log.log(masters.text().isEmpty()
+                    ? String("No master may come: the configuration file names none")
+                    : String("Masters that may come: ") + masters.text());
 }
 
 void DrConfig::readFile(TextFileReader& reader, DrLog& log) {
@@ -48,6 +59,10 @@ void DrConfig::readFile(TextFileReader& reader, DrLog& log) {
         if (!takeLine(line)) {
             log.log("Error in the config file");
             log.log(String("Line ") + Str::toWString(number) + " is not understood: " + line);
+            // A line that was to name masters must not leave the door open to all.
+            if (lowerCase(line).view().find(mastersName) != std::u16string_view::npos)
+                masters.restrict();
+            readMastersOnly(reader);
             return;
         }
     }
@@ -71,9 +86,9 @@ bool DrConfig::takeSetting(const String& line) {
         std::u16string_view name;  // in lower case; written in any
         bool (DrConfig::*take)(const String& rest);
     };
-    constexpr std::array settings = {Setting{u"retainexr", &DrConfig::takeRetainExr}};
-    String lower = line;
-    Str::toLower(lower);
+    constexpr std::array settings = {Setting{u"retainexr", &DrConfig::takeRetainExr},
+                                     Setting{mastersName, &DrConfig::takeMasters}};
+    const String lower = lowerCase(line);
     for (const Setting& setting : settings) {
         if (Str::startsWith(lower, setting.name))
             return (this->*setting.take)(String(line.view().substr(setting.name.size())));
@@ -85,6 +100,23 @@ bool DrConfig::takeRetainExr(const String& rest) {
     // Whatever stands between, and in this case only.
     retainExr = Str::endsWith(rest, u"true");
     return true;
+}
+
+bool DrConfig::takeMasters(const String& rest) {
+    String entries = rest;
+    Str::trimWhitespace(entries);
+    const bool isSetting = Str::startsWith(entries, u"=");
+    return masters.add(isSetting ? String(entries.view().substr(1)) : String()) && isSetting;
+}
+
+void DrConfig::readMastersOnly(TextFileReader& reader) {
+    String line;
+    while (!reader.atEnd()) {
+        reader.readLine(line);
+        Str::trimWhitespace(line);
+        if (Str::startsWith(lowerCase(line), mastersName))
+            (void)takeMasters(String(line.view().substr(mastersName.size())));
+    }
 }
 
 void DrConfig::createDefaultFile(const String& path, DrLog& log) {

@@ -5,6 +5,7 @@
 
 #include "OrvaneCore/DrLog.h"
 #include "config/HostInstallation.h"
+#include "config/MasterList.h"
 
 namespace Orvane {
 
@@ -17,6 +18,8 @@ class DrConfig {
     std::atomic<bool> retainExr = false;
     /// Ends in "/". Paths add another one, which every platform takes as one.
     String dataFolder;
+    /// Who else but programs on this machine may reach the server.
+    MasterList masters;
 
     /// Install folder of a release, empty when there is none or the year is out of range.
     const String& hostPath(std::int32_t year) const;
@@ -32,6 +35,8 @@ class DrConfig {
     bool takeLine(const String& line);
     bool takeSetting(const String& line);
     bool takeRetainExr(const String& rest);
+    bool takeMasters(const String& rest);
+    void readMastersOnly(class TextFileReader& reader);
     void createDefaultFile(const String& path, DrLog& log);
     std::int32_t writeDefaultFile(const String& path) const;
 

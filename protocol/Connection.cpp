@@ -33,8 +33,8 @@ Outcome outcomeOf(const asio::error_code& error) {
     return error == asio::error::eof ? Outcome::Ended : Outcome::Failed;
 }
 
-bool waitUntil(SocketHandle socket, bool forWriting, Clock::time_point deadline) {
-    WaitedSocket waited{socket, forWriting};
+bool waitUntil(SocketHandle socket, WaitFor purpose, Clock::time_point deadline) {
+    WaitedSocket waited{socket, purpose};
     return waitForSockets({&waited, 1}, deadline);
 }
 
@@ -142,7 +142,7 @@ std::size_t Connection::receive(void* buffer, std::size_t size, int flags,
             return got;
         if (outcome != Outcome::WouldBlock)
             end(outcome == Outcome::Failed);
-        else if (!waitUntil(handle(), false, deadline))
+        else if (Clock::now() >= deadline || !waitUntil(handle(), WaitFor::Input, deadline))
             break;
     }
     return 0;
@@ -170,7 +170,7 @@ std::size_t Connection::writeSome(const void* bytes, std::size_t size, Clock::ti
             return sent;
         if (outcome != Outcome::WouldBlock)
             end(outcome == Outcome::Failed);
-        else if (!waitUntil(handle(), true, deadline))
+        else if (!waitUntil(handle(), WaitFor::Room, deadline))
             break;
     }
     return 0;
@@ -181,7 +181,7 @@ std::size_t Connection::sendSome(std::FILE* file, std::size_t most, Clock::time_
         const DirectSend result = sendDirectly(handle(), file, most);
         if (!result.wouldBlock)
             return result.bytes;
-        if (!waitUntil(handle(), true, deadline))
+        if (!waitUntil(handle(), WaitFor::Room, deadline))
             break;
     }
     return 0;
@@ -218,7 +218,7 @@ void Connection::closeAfterDelivery(std::chrono::milliseconds longest) {
         native->socket.shutdown(tcp::socket::shutdown_send, ignored);
         const auto deadline = Clock::now() + longest;
         while (isAlive() && Clock::now() < deadline) {
-            if (waitUntil(handle(), false, deadline))
+            if (waitUntil(handle(), WaitFor::Input, deadline))
                 discardInput();
         }
     }

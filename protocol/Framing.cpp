@@ -2,42 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
+#include <utility>
 
 #include "OrvaneCore/Str.h"
 #include "protocol/Timeouts.h"
 
 namespace Orvane {
-
-namespace {
-
-using Clock = std::chrono::steady_clock;
-
-/// The end of a message that has begun.
-class MessageDeadline {
-  public:
-    explicit MessageDeadline(int timeoutSeconds) : perByte(std::chrono::seconds(timeoutSeconds)) {}
-
-    std::chrono::milliseconds left() const {
-        if (!begun)
-            return perByte;
-        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
-        return std::min(perByte, rest);
-    }
-    bool isOver() const { return begun && Clock::now() >= end; }
-    void begin() {
-        if (!begun)
-            end = Clock::now() + Timeouts::longestMessage;
-        begun = true;
-    }
-
-  private:
-    std::chrono::milliseconds perByte;
-    Clock::time_point end;
-    bool begun = false;
-};
-
-}  // namespace
 
 String ReceivedMessage::refusal() const {
     constexpr std::int32_t bytesPerKiB = 1024;
@@ -55,53 +25,60 @@ String ReceivedMessage::refusal() const {
     return {};
 }
 
-namespace {
+MessageReader::MessageReader(Connection& peer, std::chrono::milliseconds perByte)
+    : connection(peer), patience(perByte) {}
 
-using Outcome = ReceivedMessage::Outcome;
+MessageReader::Clock::time_point MessageReader::deadline() const {
+    return std::min<Clock::time_point>(lastByte + patience, end);
+}
 
-/// Takes what has arrived, up to the zero; true when that was there. Nothing arrived: nothing.
-std::optional<bool> takeArrived(Connection& connection, String& text,
-                                std::chrono::milliseconds longest) {
+bool MessageReader::advance(std::chrono::milliseconds longest) {
+    using Outcome = ReceivedMessage::Outcome;
+    const bool arrived = takeArrived(longest);
+    if (received.text.length() > mostMessageBytes)
+        return settle(Outcome::TooLong);
+    if (complete)
+        return settle(Outcome::Whole);
+    if (Clock::now() >= end)
+        return settle(Outcome::TooSlow);
+    if (!connection.isAlive() || (!arrived && Clock::now() >= deadline()))
+        return settle(Outcome::Unfinished);
+    return false;
+}
+
+bool MessageReader::takeArrived(std::chrono::milliseconds longest) {
     std::array<char, 4096> arrived;
     const std::size_t size = connection.peek(arrived.data(), arrived.size(), longest);
     if (size == 0)
-        return std::nullopt;
+        return false;
+    lastByte = Clock::now();
+    if (!hasBegun())
+        end = lastByte + Timeouts::longestMessage;
     const auto* zero = std::find(arrived.data(), arrived.data() + size, '\0');
     const auto length = static_cast<std::size_t>(zero - arrived.data());
-    const bool complete = length < size;
-    // It has arrived, so it is there.
+    complete = length < size;
     const std::size_t taken = complete ? length + 1 : length;
-    if (connection.read(arrived.data(), taken) != taken)
-        return std::nullopt;
     // Each byte is one character by itself, whatever its neighbours are.
     for (std::size_t i = 0; i < length; ++i)
-        text.appendNarrow({&arrived[i], 1});
-    return complete;
+        received.text.appendNarrow({&arrived[i], 1});
+    return connection.read(arrived.data(), taken) == taken;
 }
 
-Outcome receive(Connection& connection, String& text, int timeoutSeconds) {
-    MessageDeadline deadline(timeoutSeconds);
-    while (const auto complete = takeArrived(connection, text, deadline.left())) {
-        deadline.begin();
-        if (text.length() > mostMessageBytes)
-            return Outcome::TooLong;
-        if (*complete)
-            return Outcome::Whole;
-        if (deadline.isOver())
-            return Outcome::TooSlow;
-    }
-    return deadline.isOver() ? Outcome::TooSlow : Outcome::Unfinished;
+bool MessageReader::settle(ReceivedMessage::Outcome outcome) {
+    received.outcome = outcome;
+    if (received.isRefused())
+        connection.close();
+    return true;
 }
-
-}  // namespace
 
 ReceivedMessage readMessage(Connection& connection, int timeoutSeconds) {
+    using std::chrono::milliseconds;
     connection.setTimeout(timeoutSeconds);
-    ReceivedMessage message;
-    message.outcome = receive(connection, message.text, timeoutSeconds);
-    if (message.isRefused())
-        connection.close();
-    return message;
+    MessageReader reader(connection, std::chrono::seconds(timeoutSeconds));
+    while (!reader.advance(
+        std::chrono::ceil<milliseconds>(reader.deadline() - MessageReader::Clock::now()))) {
+    }
+    return std::move(reader.message());
 }
 
 int writeMessage(Connection& connection, const String& text, int timeoutSeconds) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include "OrvaneCore/String.h"
 #include "protocol/Connection.h"
 
@@ -28,6 +30,35 @@ struct ReceivedMessage {
     bool isRefused() const { return outcome == Outcome::TooLong || outcome == Outcome::TooSlow; }
     /// Which limit it broke, for the log.
     String refusal() const;
+};
+
+/// A message that is read as it comes, by a thread that has other things to do.
+class MessageReader {
+  public:
+    using Clock = std::chrono::steady_clock;
+
+    /// Waits up to `perByte` for each byte. The connection must outlive the reader.
+    MessageReader(Connection& peer, std::chrono::milliseconds perByte);
+
+    /// When it gives up unless something comes.
+    Clock::time_point deadline() const;
+    bool hasBegun() const { return end != Clock::time_point::max(); }
+
+    /// Takes some of what has arrived, and waits for something up to `longest`. True when it is
+    /// clear what came of the message; a connection on which a limit was broken is then closed.
+    [[nodiscard]] bool advance(std::chrono::milliseconds longest = {});
+    ReceivedMessage& message() { return received; }
+
+  private:
+    bool takeArrived(std::chrono::milliseconds longest);
+    bool settle(ReceivedMessage::Outcome outcome);
+
+    Connection& connection;
+    std::chrono::milliseconds patience;
+    Clock::time_point lastByte = Clock::now();
+    Clock::time_point end = Clock::time_point::max();  // of a message that has begun
+    bool complete = false;
+    ReceivedMessage received;
 };
 
 /// Waits up to the time-out for each byte, and takes none behind the zero.

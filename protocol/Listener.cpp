@@ -37,8 +37,6 @@ struct Listener::Native {
         step([&] { acceptor.non_blocking(true, error); });
     }
 
-    SocketHandle handle() { return static_cast<SocketHandle>(acceptor.native_handle()); }
-
     asio::error_code error;
     tcp::acceptor acceptor{networkContext()};
 };
@@ -59,16 +57,23 @@ std::unique_ptr<Connection> Listener::accept() {
         std::this_thread::sleep_for(longest);
         return nullptr;
     }
-    WaitedSocket waited{native->handle()};
+    WaitedSocket waited{handle()};
     if (!waitForSockets({&waited, 1}, SocketClock::now() + longest))
         return nullptr;
-    const SocketHandle accepted = SocketSetup::accept(native->handle());
-    if (accepted == noSocket) {
-        // A process that is out of descriptors is told of the waiting connection again and again.
+    auto connection = takeWaiting();
+    // A process that is out of descriptors is told of the waiting connection again and again.
+    if (connection == nullptr)
         std::this_thread::sleep_for(pauseAfterFailure);
-        return nullptr;
-    }
-    return std::make_unique<Connection>(accepted);
+    return connection;
+}
+
+std::unique_ptr<Connection> Listener::takeWaiting() {
+    const SocketHandle accepted = isOk() ? SocketSetup::accept(handle()) : noSocket;
+    return accepted == noSocket ? nullptr : std::make_unique<Connection>(accepted);
+}
+
+SocketHandle Listener::handle() const {
+    return static_cast<SocketHandle>(native->acceptor.native_handle());
 }
 
 }  // namespace Orvane

@@ -20,6 +20,11 @@ class Listener {
     bool isOk() const;
     /// The next connection, or null after the time-out.
     [[nodiscard]] std::unique_ptr<Connection> accept();
+    /// The next connection if there is one; null at once if not, or if the system has no room for
+    /// it.
+    [[nodiscard]] std::unique_ptr<Connection> takeWaiting();
+    /// For waits; only while isOk().
+    SocketHandle handle() const;
 
   private:
     struct Native;

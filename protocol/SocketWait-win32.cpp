@@ -3,65 +3,95 @@
 #include <winsock2.h>
 
 #include <algorithm>
+#include <system_error>
 #include <vector>
+
+#include "protocol/SocketSetup.h"
 
 namespace Orvane {
 
 namespace {
 
-/// What select() takes, with room for any number: the system goes by the count, whatever size its
-/// header gives the array. WSAPoll() has no such limit either, but did not report failed
-/// connections for many years.
-class SocketSet {
-  public:
-    explicit SocketSet(std::size_t most) : words(most + 1) {}
-
-    void add(SocketHandle socket) { words[++words[0]] = static_cast<SOCKET>(socket); }
-    bool contains(SocketHandle socket) const {
-        const auto end = words.begin() + 1 + static_cast<std::ptrdiff_t>(words[0]);
-        return std::find(words.begin() + 1, end, static_cast<SOCKET>(socket)) != end;
-    }
-    /// Null when there is none, as the system wants it.
-    fd_set* native() { return words[0] == 0 ? nullptr : reinterpret_cast<fd_set*>(words.data()); }
-
-  private:
-    static_assert(offsetof(fd_set, fd_array) == sizeof(SOCKET));
-    std::vector<SOCKET> words;  // the count, then the sockets
-};
-
-timeval timeUntil(SocketClock::time_point deadline) {
-    using std::chrono::microseconds;
-    constexpr microseconds longest = std::chrono::hours(24);
-    constexpr microseconds::rep second = 1000000;
+int millisecondsUntil(SocketClock::time_point deadline) {
+    using std::chrono::milliseconds;
+    constexpr milliseconds longest = std::chrono::hours(24);
     const auto now = SocketClock::now();
     if (deadline <= now)
-        return {0, 0};
-    const auto left = std::min(std::chrono::ceil<microseconds>(deadline - now), longest);
-    return {static_cast<long>(left.count() / second), static_cast<long>(left.count() % second)};
+        return 0;
+    // Rounded up, or the last millisecond would be spent spinning.
+    return static_cast<int>(
+        std::min(std::chrono::ceil<milliseconds>(deadline - now), longest).count());
+}
+
+SHORT eventsOf(WaitFor purpose) {
+    switch (purpose) {
+        case WaitFor::Input:
+            return POLLRDNORM;
+        case WaitFor::Room:
+            return POLLWRNORM;
+        case WaitFor::End:  // is told without being asked for
+            return 0;
+    }
+    return 0;
+}
+
+SOCKET native(SocketHandle socket) {
+    return static_cast<SOCKET>(socket);
+}
+
+/// Bound to this machine's own address and connected to itself: nobody else can send to it.
+bool connectToItself(SOCKET socket) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    auto* const name = reinterpret_cast<sockaddr*>(&address);
+    int size = sizeof(address);
+    u_long nonBlocking = 1;
+    return bind(socket, name, size) == 0 && getsockname(socket, name, &size) == 0 &&
+           connect(socket, name, size) == 0 && ioctlsocket(socket, FIONBIO, &nonBlocking) == 0;
 }
 
 }  // namespace
 
+// The system's poll did not report failed attempts to connect for many years; nobody waits for
+// those here.
 bool waitForSockets(std::span<WaitedSocket> sockets, SocketClock::time_point deadline) {
+    std::vector<WSAPOLLFD> waited;
+    for (const WaitedSocket& socket : sockets)
+        waited.push_back({native(socket.socket), eventsOf(socket.purpose), 0});
     for (;;) {
-        SocketSet readable(sockets.size());
-        SocketSet writable(sockets.size());
-        SocketSet failed(sockets.size());
-        for (const WaitedSocket& waited : sockets) {
-            (waited.forWriting ? writable : readable).add(waited.socket);
-            if (waited.forWriting)  // a connection that could not be made
-                failed.add(waited.socket);
-        }
-        timeval limit = timeUntil(deadline);
-        const int result = select(0, readable.native(), writable.native(), failed.native(), &limit);
+        const int result =
+            WSAPoll(waited.data(), static_cast<ULONG>(waited.size()), millisecondsUntil(deadline));
         // An error is that of one of them: whoever uses it next is told.
-        for (WaitedSocket& waited : sockets)
-            waited.ready = result == SOCKET_ERROR || readable.contains(waited.socket) ||
-                           writable.contains(waited.socket) || failed.contains(waited.socket);
+        for (std::size_t i = 0; i < sockets.size(); ++i)
+            sockets[i].ready = result == SOCKET_ERROR || waited[i].revents != 0;
         if (result != 0)
             return true;
         if (SocketClock::now() >= deadline)
             return false;
+    }
+}
+
+WaitSignal::WaitSignal() : socket(SocketSetup::openDatagram()) {
+    if (socket != noSocket && connectToItself(native(socket)))
+        return;
+    const int error = WSAGetLastError();
+    closesocket(native(socket));
+    throw std::system_error(error, std::system_category());
+}
+
+WaitSignal::~WaitSignal() {
+    closesocket(native(socket));
+}
+
+void WaitSignal::set() {
+    const char any = 0;
+    send(native(socket), &any, sizeof(any), 0);
+}
+
+void WaitSignal::clear() {
+    char any = 0;
+    while (recv(native(socket), &any, sizeof(any), 0) > 0) {
     }
 }
 

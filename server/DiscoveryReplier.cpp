@@ -30,6 +30,7 @@ constexpr int replies = 4;
 constexpr std::int32_t mostAnsweredLines = 200;
 
 const char* const pingLine = "Got discovery ping";
+const char* const refusedLine = "Refused a discovery ping from ";
 const char* const replyLine = "Replying to discovery ping from ";
 
 String noReplyLine() {
@@ -61,6 +62,7 @@ DiscoveryReplier::DiscoveryReplier(DrLog& target, const DrConfig& settings, Sock
       openSocket(opener != nullptr ? opener : openDiscoverySocket),
       ignoredPings(target, pingLine),
       answeredPings(target, replyLine, mostAnsweredLines),
+      refusedPings(target, refusedLine),
       unansweredPings(target, noReplyLine()) {
     setup(workerStackBytes, "MY_DiscoveryReplier");
     run([](void* self) { static_cast<DiscoveryReplier*>(self)->serve(); }, this);
@@ -85,6 +87,7 @@ void DiscoveryReplier::serve() {
         std::this_thread::sleep_for(quick > 0 ? floodPollPeriod : Timeouts::discoveryPoll);
         ignoredPings.tick();
         answeredPings.tick();
+        refusedPings.tick();
         unansweredPings.tick();
     }
 }
@@ -106,11 +109,15 @@ int DiscoveryReplier::takeWaiting(DatagramSocket& socket) {
 }
 
 void DiscoveryReplier::take(DatagramSocket& socket, const String& ping) {
+    const String sender = socket.senderAddress();
+    if (!config.masters.admits(sender)) {
+        refusedPings.write(refusedLine + sender + ": it is not among the masters");
+        return;
+    }
     if (!isAnswered(ping, config)) {
         ignoredPings.write(pingLine);
         return;
     }
-    const String sender = socket.senderAddress();
     if (!replyLimit.allows(toAnsi(sender))) {
         unansweredPings.write(noReplyLine() + sender);
         return;

@@ -42,6 +42,7 @@ class DiscoveryReplier : private StandbyThread {
     // The loop's own.
     LineFold ignoredPings;
     LineFold answeredPings;
+    LineFold refusedPings;
     LineFold unansweredPings;
     ReplyLimit replyLimit;
 };

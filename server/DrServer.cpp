@@ -2,7 +2,6 @@
 
 #include "OrvaneCore/FileSystem.h"
 #include "protocol/Ports.h"
-#include "protocol/Timeouts.h"
 #include "server/MasterLoop.h"
 #include "server/PortInUse.h"
 #include "server/WorkerStack.h"
@@ -16,7 +15,7 @@ DrServer::DrServer(DrLog& target) : log(target) {
     config.load(config.dataFolder + "DrConfig-1.00.txt", log);
     discoveryReplier = std::make_unique<DiscoveryReplier>(log, config);
     loopbackListener = std::make_unique<LoopbackListener>(log);
-    bindMasterPort();
+    openDoor();
     serverThread.run([](void* self) { static_cast<DrServer*>(self)->serveMasters(); }, this);
 }
 
@@ -30,10 +29,9 @@ void DrServer::makeDataFolder() {
     FileSystem::makeFolder(config.dataFolder);
 }
 
-void DrServer::bindMasterPort() {
-    masterListener = std::make_unique<Listener>(Listener::Reach::AllInterfaces, masterPort,
-                                                Timeouts::masterAcceptSeconds);
-    if (masterListener->isOk())
+void DrServer::openDoor() {
+    door = std::make_unique<Door>(masterPort, config.masters, log);
+    if (door->isOk())
         return;
     showPortInUse("Cannot bind to the remote connection port (TCP ", masterPort);
     // Without this port there is nothing to live for: the loop ends at once and closes the program.
@@ -42,17 +40,19 @@ void DrServer::bindMasterPort() {
 
 void DrServer::serveMasters() {
     const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup};
-    MasterLoop(*masterListener, services, stopRequested).run();
+    MasterLoop(*door, services, stopRequested).run();
     log.requestClose();
 }
 
 void DrServer::requestStop() {
     stopRequested = true;
     discoveryReplier->requestStop();
+    door->requestStop();
 }
 
 bool DrServer::isBusy() const {
-    return serverThread.isBusy() || discoveryReplier->isBusy() || maxInvoker.isBusy();
+    return serverThread.isBusy() || discoveryReplier->isBusy() || door->isBusy() ||
+           maxInvoker.isBusy();
 }
 
 }  // namespace Orvane

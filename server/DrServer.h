@@ -6,8 +6,8 @@
 #include "OrvaneCore/DrLog.h"
 #include "OrvaneCore/misc/multithreading/StandbyThread.h"
 #include "config/DrConfig.h"
-#include "protocol/Listener.h"
 #include "server/DiscoveryReplier.h"
+#include "server/Door.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
 
@@ -33,7 +33,7 @@ class DrServer {
 
   private:
     void makeDataFolder();
-    void bindMasterPort();
+    void openDoor();
     void serveMasters();
 
     // Each is used by those behind it, and goes after them.
@@ -42,7 +42,7 @@ class DrServer {
     DrConfig config;
     RelayWakeup relayWakeup;
     StandbyThread maxInvoker;
-    std::unique_ptr<Listener> masterListener;
+    std::unique_ptr<Door> door;
     std::unique_ptr<LoopbackListener> loopbackListener;
     std::unique_ptr<DiscoveryReplier> discoveryReplier;
     StandbyThread serverThread;

@@ -25,6 +25,10 @@ void LineFold::tick() {
         summarise();
 }
 
+LineFold::Clock::time_point LineFold::due() const {
+    return seen > written ? windowStart + window : Clock::time_point::max();
+}
+
 void LineFold::summarise() {
     if (seen > written)
         log.log(String("Left out ") + Str::toWString(seen - written) + " more lines \"" + kindName +

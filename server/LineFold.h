@@ -28,8 +28,10 @@ class LineFold {
     void write(const String& line);
     /// Counts a line, or several that belong together; true when they are to be written.
     bool admit(std::int32_t characters = 0);
-    /// Writes the summary once the window is over; to be called every few seconds.
+    /// Writes the summary once the window is over; to be called every few seconds, or at due().
     void tick();
+    /// When there will be a summary to write; the end of time while there is none.
+    std::chrono::steady_clock::time_point due() const;
 
   private:
     void summarise();

@@ -25,7 +25,7 @@ LoopbackListener::LoopbackListener(DrLog& target)
 
 void LoopbackListener::drainPendingConnections() {
     const auto deadline = std::chrono::steady_clock::now() + longestDrain;
-    while (listener.accept() != nullptr) {
+    while (listener.takeWaiting() != nullptr) {
         if (std::chrono::steady_clock::now() >= deadline) {
             log.log(String("Stopped closing stale local connections after ") +
                     Str::toWString(static_cast<std::int32_t>(longestDrain.count())) +

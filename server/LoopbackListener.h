@@ -19,8 +19,8 @@ class LoopbackListener {
     /// nobody ever calls.
     explicit LoopbackListener(DrLog& target);
 
-    /// Throws away connections that an earlier host left behind. Takes about a second, and never
-    /// more than ten: a program that connects again and again must not hold up a job.
+    /// Throws away connections that an earlier host left behind, until none waits. Never takes more
+    /// than ten seconds: a program that connects again and again must not hold up a job.
     void drainPendingConnections();
     /// Waits a second for a connection and, if one comes, tells it the job; true when it answers as
     /// the plug-in does and is now held.

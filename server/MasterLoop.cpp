@@ -1,5 +1,7 @@
 #include "server/MasterLoop.h"
 
+#include <algorithm>
+
 #include "OrvaneCore/Str.h"
 #include "protocol/Framing.h"
 #include "protocol/Timeouts.h"
@@ -11,7 +13,6 @@ namespace Orvane {
 
 namespace {
 
-const char* const bogusLine = "Got bogus master connection: ";
 const char* const lostLine = "Error writing response";
 const char* const acceptedLine = "Accepted remote connection from";
 const char* const readyLine = "Ready for new connection";
@@ -26,44 +27,22 @@ String onOneLine(String text) {
 
 }  // namespace
 
-MasterLoop::MasterLoop(Listener& masterListener, const JobServices& jobServices,
+MasterLoop::MasterLoop(Door& masterDoor, const JobServices& jobServices,
                        const std::atomic<bool>& stopFlag)
-    : listener(masterListener),
+    : door(masterDoor),
       services(jobServices),
       log(jobServices.log),
       stopRequested(stopFlag),
-      bogusConnections(log, bogusLine),
       lostConnections(log, lostLine),
       refusedJobs(log, acceptedLine, mostRefusedJobs) {}
 
 void MasterLoop::run() {
     while (!stopRequested) {
-        if (auto master = receiveMaster())
+        if (auto master = door.next(std::min(lostConnections.due(), refusedJobs.due())))
             serve(*master);
-        bogusConnections.tick();
         lostConnections.tick();
         refusedJobs.tick();
     }
-}
-
-std::optional<MasterLoop::Master> MasterLoop::receiveMaster() {
-    auto connection = listener.accept();
-    if (connection == nullptr)
-        return std::nullopt;
-    const ReceivedMessage message = readMessage(*connection, Timeouts::masterHandshakeSeconds);
-    const auto handshake = message.isWhole() ? MasterHandshake::read(message.text) : std::nullopt;
-    if (handshake)
-        return Master{std::move(connection), message.text, handshake->job};
-    logBogus(message.text);
-    return std::nullopt;
-}
-
-void MasterLoop::logBogus(const String& received) {
-    const String shown = shownInLog(received);
-    if (!bogusConnections.admit(shown.length()))
-        return;
-    log.log(bogusLine + shown);
-    log.log(readyLine);
 }
 
 void MasterLoop::serve(Master& master) {
@@ -75,7 +54,9 @@ void MasterLoop::serve(Master& master) {
 }
 
 bool MasterLoop::answer(Master& master) {
-    if (writeMessage(*master.connection, MasterWelcome::text()) == 0)
+    // A connection whose other end has gone still takes bytes for a while.
+    if (!master.hasLeft() && writeMessage(*master.connection, MasterWelcome::text(),
+                                          Timeouts::masterHandshakeSeconds) == 0)
         return true;
     if (lostConnections.admit()) {
         log.log(lostLine);
