@@ -1,73 +1,182 @@
 #include "OrvaneCore/CommandInterpreter.h"
 
-#include <spawn.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
-#include <string>
+#include <optional>
+#include <system_error>
+#include <utility>
 
-extern char** environ;
+#include "OrvaneCore/TreeGuard-posix.h"
 
 namespace Orvane {
 
 const std::u16string_view specialWithinQuotes = u"\"`$\\";
 
+String withinQuotes(const String& text) {
+    const std::u16string_view units = text.view();
+    String escaped;
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        // A backslash is only itself unless it stands before one of the four, or the closing quote.
+        const bool harmless = units[i] == u'\\' && i + 1 < units.size() && units[i + 1] != u'\n' &&
+                              specialWithinQuotes.find(units[i + 1]) == units.npos;
+        if (specialWithinQuotes.find(units[i]) != units.npos && !harmless)
+            escaped.append(u"\\");
+        escaped.append(units.substr(i, 1));
+    }
+    return escaped;
+}
+
 namespace {
 
-/// What the child starts with: no descriptor but the standard ones, and signals as a program
-/// expects them, because the server itself blocks the stop signals and ignores some.
-class SpawnSettings {
-  public:
-    SpawnSettings() {
-        constexpr int firstAfterStandardStreams = 3;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addclosefrom_np(&actions, firstAfterStandardStreams);
-        posix_spawnattr_init(&attributes);
-        sigset_t none;
-        sigemptyset(&none);
-        posix_spawnattr_setsigmask(&attributes, &none);
-        sigset_t restored;
-        sigemptyset(&restored);
-        sigaddset(&restored, SIGPIPE);
-        sigaddset(&restored, SIGXFSZ);
-        posix_spawnattr_setsigdefault(&attributes, &restored);
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    }
-    ~SpawnSettings() {
-        posix_spawnattr_destroy(&attributes);
-        posix_spawn_file_actions_destroy(&actions);
-    }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
+using Clock = std::chrono::steady_clock;
 
-    posix_spawn_file_actions_t actions{};
-    posix_spawnattr_t attributes{};
-};
+// For what a program starts besides and leaves to end by itself.
+constexpr std::chrono::seconds graceForTheRest{5};
+// Beyond it is a process that cannot be killed, because the system holds it or it is another
+// user's.
+constexpr std::chrono::seconds longestKill{10};
 
-int waitFor(pid_t child) {
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR)
-            return -1;
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+String reasonOf(int error) {
+    return std::generic_category().message(error);
 }
+
+std::uint32_t exitStatus(int waitStatus) {
+    return static_cast<std::uint32_t>(WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus)
+                                                            : 128 + WTERMSIG(waitStatus));
+}
+
+/// Two connected descriptors that no other program inherits.
+class Pair {
+  public:
+    Pair() = default;
+    ~Pair() {
+        closeEnd(0);
+        closeEnd(1);
+    }
+    Pair(const Pair&) = delete;
+    Pair& operator=(const Pair&) = delete;
+
+    void closeEnd(int number) {
+        if (ends[number] >= 0)
+            close(std::exchange(ends[number], -1));
+    }
+
+    int ends[2] = {-1, -1};
+};
 
 }  // namespace
 
-int runCommand(const String& line) {
-    std::string shell = "sh";
-    std::string option = "-c";
-    std::string command = toAnsi(line);
-    const std::array<char*, 4> arguments = {shell.data(), option.data(), command.data(), nullptr};
-    const SpawnSettings settings;
-    pid_t child = 0;
-    const int error = posix_spawn(&child, "/bin/sh", &settings.actions, &settings.attributes,
-                                  arguments.data(), environ);
-    return error == 0 ? waitFor(child) : -1;
+/// The first end of each pair is ours, the second goes to the guard.
+struct Command::Native {
+    Pair link;
+    Pair pipe;
+    int pairError = 0;
+    pid_t guard = -1;
+    bool ending = false;  // what the interpreter left behind
+    std::optional<Clock::time_point> deadline;
+
+    Native() {
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, link.ends) != 0 ||
+            pipe2(pipe.ends, O_CLOEXEC) != 0 || fcntl(pipe.ends[0], F_SETFL, O_NONBLOCK) != 0)
+            pairError = errno;
+    }
+
+    /// Answers 0 or an errno.
+    int start(const std::string& line, Priority priority) {
+        if (pairError != 0)
+            return pairError;
+        guard = startTreeGuard(line, priority == Priority::Low, link.ends[1], pipe.ends[1]);
+        const int error = guard < 0 ? errno : 0;
+        link.closeEnd(1);
+        pipe.closeEnd(1);
+        return error;
+    }
+
+    /// Returns when no process is left, or none that could be ended.
+    void follow(CommandResult& result, const Output& output) {
+        // Should somebody kill the guard, that is all there is to tell.
+        result.status = 128 + SIGKILL;
+        bool guarded = true;
+        while (guarded && (!isOverdue() || endTheRest(result))) {
+            std::array<pollfd, 2> waited = {{{link.ends[0], POLLIN, 0}, {pipe.ends[0], POLLIN, 0}}};
+            if (poll(waited.data(), waited.size(), millisecondsLeft()) <= 0)
+                continue;
+            if (waited[1].revents != 0)
+                drain(output);
+            guarded = waited[0].revents == 0 || takeReport(result);
+        }
+        drain(output);
+        waitpid(guard, nullptr, guarded ? WNOHANG : 0);
+    }
+
+  private:
+    bool isOverdue() const { return deadline && Clock::now() >= *deadline; }
+
+    int millisecondsLeft() const {
+        using std::chrono::milliseconds;
+        return deadline ? static_cast<int>(
+                              std::chrono::ceil<milliseconds>(*deadline - Clock::now()).count())
+                        : -1;
+    }
+
+    /// False when that has been tried for long enough.
+    bool endTheRest(CommandResult& result) {
+        result.leftProcesses = true;
+        shutdown(link.ends[0], SHUT_WR);
+        deadline = Clock::now() + longestKill;
+        return !std::exchange(ending, true);
+    }
+
+    /// False when the guard has ended, and with it all that it guarded.
+    bool takeReport(CommandResult& result) {
+        GuardReport news{};
+        if (recv(link.ends[0], &news, sizeof news, 0) != sizeof news)
+            return false;
+        result.status = exitStatus(news.waitStatus);
+        if (news.startError != 0)
+            result.startFailure = reasonOf(news.startError);
+        deadline = Clock::now() + graceForTheRest;
+        return true;
+    }
+
+    void drain(const Output& output) {
+        std::array<char, 65536> bytes;
+        ssize_t size = 0;
+        while ((size = read(pipe.ends[0], bytes.data(), bytes.size())) > 0)
+            output({bytes.data(), static_cast<std::size_t>(size)});
+        if (size == 0)
+            pipe.closeEnd(0);
+    }
+};
+
+Command::Command(String commandLine, Priority processPriority, Output outputTarget)
+    : line(std::move(commandLine)),
+      priority(processPriority),
+      output(std::move(outputTarget)),
+      native(new Native) {}
+
+Command::~Command() = default;
+
+CommandResult Command::run() {
+    CommandResult result;
+    const int error = native->start(toAnsi(line), priority);
+    if (error == 0)
+        native->follow(result, output);
+    else
+        result.startFailure = reasonOf(error);
+    return result;
+}
+
+void Command::end() {
+    shutdown(native->link.ends[0], SHUT_WR);
 }
 
 }  // namespace Orvane

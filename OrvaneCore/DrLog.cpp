@@ -3,6 +3,9 @@
 #include <cstdio>
 #include <utility>
 
+#include "OrvaneCore/Exception.h"
+#include "OrvaneCore/FileSystem.h"
+#include "OrvaneCore/LogRotation.h"
 #include "OrvaneCore/Str.h"
 #include "OrvaneCore/Timestamp.h"
 
@@ -28,6 +31,26 @@ void DrLog::log(const String& text) {
 
 void DrLog::openFile(const String& path) {
     logFile.open(path, true, true);
+    filePath = path;
+}
+
+void DrLog::moveLargeFile() {
+    if (fileLimit == 0 || fileKept)
+        return;
+    const std::int64_t size = FileSystem::fileSize(filePath);
+    if (size >= 0 && static_cast<std::uint64_t>(size) < nextMove)
+        return;
+    // Nobody else writes it, so nothing is lost in between.
+    logFile.close();
+    const bool moved = moveAside(filePath, fileLimit);
+    // What a full disk or another program prevents is not tried twice a second.
+    if (size >= 0)
+        nextMove = moved ? fileLimit : static_cast<std::uint64_t>(size) + fileLimit / 8;
+    try {
+        logFile.open(filePath, true, true);
+    } catch (const Exception&) {
+        // Tried again with the next batch.
+    }
 }
 
 void DrLog::takeBatch() {
@@ -50,6 +73,7 @@ void DrLog::flush() {
         view->append(batch);
     const char* const ansi = batch.narrow();
     logFile.write(ansi);
+    moveLargeFile();
     std::fputs(ansi, stdout);
     std::fflush(stdout);
     if (closeRequested)

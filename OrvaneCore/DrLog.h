@@ -38,6 +38,12 @@ class DrLog {
     /// Opens DrLog.txt at `path` for appending. Throws the file exception. Owner's thread.
     void openFile(const String& path);
 
+    /// The file is moved aside when it has so many bytes; zero, as it is before this call, means
+    /// never. Owner's thread.
+    void limitFile(std::uint64_t bytes) { fileLimit = nextMove = bytes; }
+    /// While true it is not, so that what belongs together stays in one file. Any thread.
+    void keepFile(bool keep) { fileKept = keep; }
+
     /// Writes what is pending to the view, the file and standard output, in this order, then calls
     /// the close handler if closing was requested. Owner's thread.
     void flush();
@@ -54,10 +60,15 @@ class DrLog {
 
   private:
     void takeBatch();
+    void moveLargeFile();
 
     LogView* view = nullptr;
     std::function<void()> closeHandler;
     LogFile logFile;
+    String filePath;
+    std::uint64_t fileLimit = 0;
+    std::uint64_t nextMove = 0;  // bytes; beyond the limit when the last try failed
+    std::atomic<bool> fileKept = false;
     std::atomic<bool> closeRequested = false;
 
     String batch;  // being written; the owner's

@@ -17,7 +17,21 @@
 
 namespace Orvane::FileSystem {
 
+namespace {
+
+std::optional<struct stat> status(const String& path) {
+    struct stat found {};
+    if (stat(toAnsi(path).c_str(), &found) != 0)
+        return std::nullopt;
+    return found;
+}
+
+}  // namespace
+
 std::FILE* openFile(const String& path, const char* mode, Sharing /*advisory here*/) {
+    const auto found = status(path);
+    if (found && (S_ISFIFO(found->st_mode) || S_ISDIR(found->st_mode)))
+        return nullptr;
     // "e" is close-on-exec: the host must not inherit the server's files.
     return std::fopen(toAnsi(path).c_str(), (std::string(mode) + 'e').c_str());
 }
@@ -35,17 +49,6 @@ bool isBeingWritten(const String& path) {
     return refused;
 }
 
-namespace {
-
-std::optional<struct stat> status(const String& path) {
-    struct stat found {};
-    if (stat(toAnsi(path).c_str(), &found) != 0)
-        return std::nullopt;
-    return found;
-}
-
-}  // namespace
-
 std::int64_t fileSize(const String& path) {
     const auto found = status(path);
     return found ? static_cast<std::int64_t>(found->st_size) : -1;
@@ -62,6 +65,10 @@ std::optional<std::uint64_t> freeSpace(const String& folder) {
     if (statvfs(toAnsi(folder).c_str(), &found) != 0 || found.f_blocks == 0)
         return std::nullopt;
     return static_cast<std::uint64_t>(found.f_bavail) * found.f_frsize;
+}
+
+bool exists(const String& path) {
+    return status(path).has_value();
 }
 
 bool isRegularFile(const String& path) {
@@ -87,6 +94,14 @@ bool copyFile(const String& from, const String& to) {
     return false;
 }
 
+bool renameFile(const String& from, const String& to) {
+    return rename(toAnsi(from).c_str(), toAnsi(to).c_str()) == 0;
+}
+
+bool emptyFile(const String& path) {
+    return truncate(toAnsi(path).c_str(), 0) == 0;
+}
+
 bool makeFolder(const String& path) {
     return mkdir(toAnsi(path).c_str(), 0777) == 0;
 }
@@ -94,6 +109,10 @@ bool makeFolder(const String& path) {
 String workingDirectory() {
     std::array<char, 10240> buffer{};
     return getcwd(buffer.data(), buffer.size()) == nullptr ? String() : String(buffer.data());
+}
+
+bool enterFolder(const String& path) {
+    return chdir(toAnsi(path).c_str()) == 0;
 }
 
 /// Reads entries by small portions first: the relay lists a folder of a thousand images a thousand

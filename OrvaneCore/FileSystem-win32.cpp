@@ -80,6 +80,10 @@ bool isRegularFile(const String& path) {
     return _stat64i32(path.narrow(), &found) == 0 && (found.st_mode & _S_IFREG) != 0;
 }
 
+bool exists(const String& path) {
+    return attributes(path) != INVALID_FILE_ATTRIBUTES;
+}
+
 bool isFolder(const String& path) {
     const DWORD found = attributes(path);
     return found != INVALID_FILE_ATTRIBUTES && (found & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -93,6 +97,20 @@ bool copyFile(const String& from, const String& to) {
     return CopyFileW(native(from), native(to), FALSE) != 0;
 }
 
+bool renameFile(const String& from, const String& to) {
+    return MoveFileExW(native(from), native(to), MOVEFILE_REPLACE_EXISTING) != 0;
+}
+
+bool emptyFile(const String& path) {
+    const HANDLE file = CreateFileW(native(path), GENERIC_WRITE,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    TRUNCATE_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return false;
+    CloseHandle(file);
+    return true;
+}
+
 bool makeFolder(const String& path) {
     return _mkdir(path.narrow()) == 0;
 }
@@ -102,6 +120,10 @@ String workingDirectory() {
     return _getcwd(buffer.data(), static_cast<int>(buffer.size())) == nullptr
                ? String()
                : String(buffer.data());
+}
+
+bool enterFolder(const String& path) {
+    return SetCurrentDirectoryW(native(path)) != 0;
 }
 
 struct Listing::Native {

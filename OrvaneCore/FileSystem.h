@@ -15,7 +15,8 @@ namespace Orvane::FileSystem {
 enum class Sharing { All, DenyWriters, DenyAll };
 
 /// Opens with a stdio mode ("rb", "a+", ...; without "b" it is text mode). Never inherited by child
-/// processes. Null on failure; the caller closes the stream.
+/// processes. Never waits for the other end of a pipe: those, and folders, are not opened. Null on
+/// failure; the caller closes the stream.
 std::FILE* openFile(const String& path, const char* mode, Sharing sharing);
 /// Whether somebody has the file open for writing, where the platform can tell.
 bool isBeingWritten(const String& path);
@@ -26,16 +27,25 @@ std::int64_t fileSize(const String& path);
 std::int64_t fileSize(std::FILE* stream);
 /// Bytes that this user may still write in the folder; nothing when it cannot be had.
 std::optional<std::uint64_t> freeSpace(const String& folder);
+/// Whatever it is; a link that leads nowhere is nothing.
+bool exists(const String& path);
 bool isRegularFile(const String& path);
 bool isFolder(const String& path);
 
 bool deleteFile(const String& path);
 /// Replaces an existing target. A copy that fails leaves none.
 bool copyFile(const String& from, const String& to);
+/// Within one file system. Replaces an existing target; on Windows only while nobody has opened
+/// either file without sharing its deletion.
+bool renameFile(const String& from, const String& to);
+/// Cuts an existing file to nothing.
+bool emptyFile(const String& path);
 /// Makes the last level only.
 bool makeFolder(const String& path);
 /// The process's current folder, without a trailing separator.
 String workingDirectory();
+/// Makes a folder the process's current one. Before other threads are started.
+bool enterFolder(const String& path);
 
 /// The entries of a folder whose names begin with a prefix, in the platform's order.
 class Listing {

@@ -23,4 +23,8 @@ bool readRegistryNumber(String& keyPath, const String& valueName, std::uint32_t&
     return true;
 }
 
+String registryObstacle() {
+    return registryFileObstacle(registryFile);
+}
+
 }  // namespace Orvane

@@ -60,4 +60,8 @@ bool readRegistryNumber(String& keyPath, const String& valueName, std::uint32_t&
     return key.read(valueName, &value, bytes);
 }
 
+String registryObstacle() {
+    return {};
+}
+
 }  // namespace Orvane

@@ -13,4 +13,7 @@ namespace Orvane {
 bool readRegistryString(String& keyPath, const String& valueName, String& value);
 bool readRegistryNumber(String& keyPath, const String& valueName, std::uint32_t& value);
 
+/// Why nothing at all can be read, as a line for the log; empty when there is no reason.
+String registryObstacle();
+
 }  // namespace Orvane

@@ -1,6 +1,7 @@
 #include "OrvaneCore/RegistryFile.h"
 
 #include "OrvaneCore/Exception.h"
+#include "OrvaneCore/FileSystem.h"
 #include "OrvaneCore/Str.h"
 #include "OrvaneCore/TextFileReader.h"
 
@@ -56,6 +57,17 @@ bool readRegistryFile(const String& path, const String& keyPath, const String& v
         return true;
     }
     return false;
+}
+
+String registryFileObstacle(const String& path) {
+    TextFileReader reader;
+    try {
+        reader.open(path);
+    } catch (const Exception& failure) {
+        if (FileSystem::exists(path))
+            return failure.getMessage();
+    }
+    return {};
 }
 
 }  // namespace Orvane

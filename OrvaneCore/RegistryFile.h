@@ -10,4 +10,7 @@ namespace Orvane {
 bool readRegistryFile(const String& path, const String& keyPath, const String& valueName,
                       String& value);
 
+/// A line for the log when there is something at `path` that cannot be read as a file.
+String registryFileObstacle(const String& path);
+
 }  // namespace Orvane

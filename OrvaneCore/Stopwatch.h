@@ -11,11 +11,14 @@ namespace Orvane {
 /// and on Windows it ends after 25 days.
 class Stopwatch {
   public:
+    std::chrono::milliseconds elapsed() const {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::chrono::steady_clock::now() - start);
+    }
     /// Whole seconds, rounded down.
     std::int32_t seconds() const {
-        const auto elapsed = std::chrono::steady_clock::now() - start;
         return static_cast<std::int32_t>(
-            std::chrono::duration_cast<std::chrono::seconds>(elapsed).count());
+            std::chrono::duration_cast<std::chrono::seconds>(elapsed()).count());
     }
     String secondsText() const { return Str::toWString(seconds()); }
 

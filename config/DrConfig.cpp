@@ -1,7 +1,11 @@
 #include "config/DrConfig.h"
 
+#include <optional>
+
 #include "OrvaneCore/Exception.h"
+#include "OrvaneCore/FileSystem.h"
 #include "OrvaneCore/MessageBox.h"
+#include "OrvaneCore/Registry.h"
 #include "OrvaneCore/Str.h"
 #include "OrvaneCore/TextFileReader.h"
 
@@ -20,6 +24,27 @@ String lowerCase(String text) {
     return text;
 }
 
+/// The value of "Name = value". Empty if there is none.
+String valueBehindEquals(const String& rest) {
+    String text = rest;
+    Str::trimWhitespace(text);
+    if (!Str::startsWith(text, u"="))
+        return {};
+    text = String(text.view().substr(1));
+    Str::trimWhitespace(text);
+    return text;
+}
+
+/// The value of "Name = 12": decimal digits and nothing else. Nothing if it is anything else.
+std::optional<std::int32_t> numberBehindEquals(const String& rest) {
+    constexpr std::size_t mostDigits = 9;
+    const String text = valueBehindEquals(rest);
+    const std::u16string_view digits = text.view();
+    const bool isNumber = !digits.empty() && digits.size() <= mostDigits &&
+                          digits.find_first_not_of(u"0123456789") == digits.npos;
+    return isNumber ? std::optional(Str::leadingInteger(toAnsi(text))) : std::nullopt;
+}
+
 }  // namespace
 
 const String& DrConfig::hostPath(std::int32_t year) const {
@@ -27,26 +52,41 @@ const String& DrConfig::hostPath(std::int32_t year) const {
     return isHostYear(year) ? hostPaths[slotOf(year)] : none;
 }
 
-void DrConfig::detectHosts() {
+void DrConfig::detectHosts(DrLog& log) {
+    const String obstacle = registryObstacle();
+    if (!obstacle.isEmpty())
+        log.log(String("Cannot look for installed hosts: ") + obstacle);
     for (std::int32_t year = firstHostYear; year <= lastHostYear; ++year)
         findHostInstallation(year, hostPaths[slotOf(year)]);
 }
 
 void DrConfig::load(const String& path, DrLog& log) {
-    detectHosts();
+    detectHosts(log);
     TextFileReader reader;
     try {
         reader.open(path);
     } catch (const Exception&) {
+        if (FileSystem::isRegularFile(path)) {
+            // Somebody's settings, which a default must not replace.
+            log.log(String("The config file cannot be read, and is left as it is: ") + path);
+            masters.restrict();
+            logMasters(log);
+            return;
+        }
         log.log("Cannot read the config file, default one will be created");
         createDefaultFile(path, log);
         return;
     }
     readFile(reader, log);
-    if (masters.isRestricted())
-        log.log(masters.text().isEmpty()
-                    ? String("No master may come: the configuration file names none")
-                    : String("Masters that may come: ") + masters.text());
+    logMasters(log);
+}
+
+void DrConfig::logMasters(DrLog& log) const {
+    if (!masters.isRestricted())
+        return;
+    const String text = masters.text();
+    log.log(text.isEmpty() ? String("No master may come: the config file does not say who")
+                           : String("Masters that may come: ") + text);
 }
 
 void DrConfig::readFile(TextFileReader& reader, DrLog& log) {
@@ -87,7 +127,10 @@ bool DrConfig::takeSetting(const String& line) {
         bool (DrConfig::*take)(const String& rest);
     };
     constexpr std::array settings = {Setting{u"retainexr", &DrConfig::takeRetainExr},
-                                     Setting{mastersName, &DrConfig::takeMasters}};
+                                     Setting{mastersName, &DrConfig::takeMasters},
+                                     Setting{u"hostpatience", &DrConfig::takeHostPatience},
+                                     Setting{u"hostpriority", &DrConfig::takeHostPriority},
+                                     Setting{u"logmegabytes", &DrConfig::takeLogMegabytes}};
     const String lower = lowerCase(line);
     for (const Setting& setting : settings) {
         if (Str::startsWith(lower, setting.name))
@@ -103,10 +146,7 @@ bool DrConfig::takeRetainExr(const String& rest) {
 }
 
 bool DrConfig::takeMasters(const String& rest) {
-    String entries = rest;
-    Str::trimWhitespace(entries);
-    const bool isSetting = Str::startsWith(entries, u"=");
-    return masters.add(isSetting ? String(entries.view().substr(1)) : String()) && isSetting;
+    return masters.add(valueBehindEquals(rest));
 }
 
 void DrConfig::readMastersOnly(TextFileReader& reader) {
@@ -117,6 +157,29 @@ void DrConfig::readMastersOnly(TextFileReader& reader) {
         if (Str::startsWith(lowerCase(line), mastersName))
             (void)takeMasters(String(line.view().substr(mastersName.size())));
     }
+}
+
+bool DrConfig::takeHostPatience(const String& rest) {
+    const std::optional<std::int32_t> seconds = numberBehindEquals(rest);
+    if (!seconds)
+        return false;
+    hostPatience = std::chrono::seconds(*seconds);
+    return true;
+}
+
+bool DrConfig::takeHostPriority(const String& rest) {
+    const String value = lowerCase(valueBehindEquals(rest));
+    hostHasLowPriority = value == String("low");
+    return hostHasLowPriority || value == String("normal");
+}
+
+bool DrConfig::takeLogMegabytes(const String& rest) {
+    constexpr std::uint64_t bytesOfMegabyte = 1000000;
+    const std::optional<std::int32_t> megabytes = numberBehindEquals(rest);
+    if (!megabytes)
+        return false;
+    mostLogBytes = static_cast<std::uint64_t>(*megabytes) * bytesOfMegabyte;
+    return true;
 }
 
 void DrConfig::createDefaultFile(const String& path, DrLog& log) {

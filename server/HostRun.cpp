@@ -1,32 +1,102 @@
 #include "server/HostRun.h"
 
-#include <chrono>
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <utility>
 
-#include "OrvaneCore/CommandInterpreter.h"
-#include "OrvaneCore/Stopwatch.h"
+#include "OrvaneCore/Str.h"
 
 namespace Orvane {
 
-void HostRun::start(const String& commandLine) {
-    line = commandLine;
-    maxInvoker.run([](void* self) { static_cast<HostRun*>(self)->runLine(); }, this);
+namespace {
+
+/// Windows' codes of crashes are known by their hexadecimal form.
+String statusText(std::uint32_t status) {
+    constexpr std::uint32_t firstOfTheSystem = 0x80000000;
+    std::array<char, 16> text{};
+    std::snprintf(text.data(), text.size(), status < firstOfTheSystem ? "%u" : "0x%08X",
+                  static_cast<unsigned>(status));
+    return text.data();
 }
 
-void HostRun::runLine() {
-    if (runCommand(line) < 0)
-        log.log("Cannot start the command interpreter");
+}  // namespace
+
+void HostRun::start(const String& line, const String& outputPath) {
+    const auto priority =
+        config.hostHasLowPriority ? Command::Priority::Low : Command::Priority::Normal;
+    output = std::make_unique<HostOutput>(outputPath);
+    command = std::make_unique<Command>(line, priority,
+                                        [this](std::string_view bytes) { output->take(bytes); });
+    maxInvoker.run([](void* self) { static_cast<HostRun*>(self)->run(); }, this);
+}
+
+void HostRun::run() {
+    outcome = command->run();
+    output->write();
+}
+
+void HostRun::release() {
+    if (!released)
+        released.emplace();
+}
+
+bool HostRun::isRunning() {
+    if (hasEnded(std::chrono::milliseconds::zero()))
+        return false;
+    keepAccount();
+    return true;
 }
 
 void HostRun::waitForEnd() {
-    constexpr std::chrono::seconds firstNotice{30};
-    constexpr std::chrono::minutes laterNotices{10};
-    const Stopwatch watch;
-    std::chrono::milliseconds patience = firstNotice;
-    while (!maxInvoker.waitUntilParked(patience)) {
-        log.log(String("Still waiting for 3ds max to end, for ") + watch.secondsText() +
+    release();
+    while (!hasEnded(timeToNextStep()))
+        keepAccount();
+}
+
+bool HostRun::hasEnded(std::chrono::milliseconds longest) {
+    if (!maxInvoker.waitUntilParked(longest))
+        return false;
+    if (!std::exchange(endLogged, true))
+        logEnd();
+    return true;
+}
+
+bool HostRun::isPatienceOver() const {
+    return config.hostPatience.count() > 0 && released->elapsed() >= config.hostPatience;
+}
+
+std::chrono::milliseconds HostRun::timeToNextStep() const {
+    std::chrono::milliseconds step = nextNotice;
+    if (config.hostPatience.count() > 0 && !ended)
+        step = std::min<std::chrono::milliseconds>(step, config.hostPatience);
+    return std::max(step - released->elapsed(), std::chrono::milliseconds(1));
+}
+
+void HostRun::keepAccount() {
+    constexpr std::chrono::minutes betweenNotices{10};
+    if (!released)
+        return;
+    if (!ended && isPatienceOver()) {
+        ended = true;
+        command->end();
+    } else if (released->elapsed() >= nextNotice) {
+        log.log(String("Still waiting for 3ds max to end, for ") + released->secondsText() +
                 " s; no other master is served until it does");
-        patience = laterNotices;
+        nextNotice += betweenNotices;
     }
+}
+
+void HostRun::logEnd() {
+    if (!outcome.hasStarted())
+        log.log(String("Cannot start the command interpreter: ") + outcome.startFailure);
+    else if (ended)
+        log.log(String("Ended 3ds max: it had not ended by itself for ") +
+                Str::toWString(static_cast<std::int32_t>(config.hostPatience.count())) + " s");
+    else if (outcome.status != 0)
+        log.log(String("3ds max ended with exit code ") + statusText(outcome.status));
+    if (outcome.leftProcesses && !ended)
+        log.log("Ended processes that 3ds max had left behind");
 }
 
 }  // namespace Orvane

@@ -1,5 +1,12 @@
 #pragma once
 
+#include <chrono>
+#include <memory>
+#include <optional>
+
+#include "OrvaneCore/CommandInterpreter.h"
+#include "OrvaneCore/Stopwatch.h"
+#include "server/HostOutput.h"
 #include "server/JobServices.h"
 
 namespace Orvane {
@@ -9,24 +16,44 @@ class HostRun {
   public:
     /// `services` must outlive the run.
     explicit HostRun(const JobServices& services)
-        : maxInvoker(services.maxInvoker), log(services.log) {}
+        : maxInvoker(services.maxInvoker), log(services.log), config(services.config) {}
     /// The command line must have ended: it is this object's.
     ~HostRun() = default;
     HostRun(const HostRun&) = delete;
     HostRun& operator=(const HostRun&) = delete;
 
-    /// Returns as soon as the worker has the line.
-    void start(const String& commandLine);
-    bool isRunning() const { return maxInvoker.isBusy(); }
-    /// Waits for the end without limit; says in the log that it does.
+    /// Returns as soon as the worker has the line, which appends the host's output to `outputPath`.
+    void start(const String& line, const String& outputPath);
+    /// From now on nobody needs the host. It may take the configured time to end by itself, of
+    /// which isRunning() and waitForEnd() keep account: they say in the log that it is being waited
+    /// for, and end it. Only the first call counts.
+    void release();
+    /// The first call to see that the host has ended puts into the log how, if it was not well.
+    bool isRunning();
+    /// Releases the host and waits for its end.
     void waitForEnd();
+    /// How the host ended; when it is no longer running.
+    const CommandResult& result() const { return outcome; }
 
   private:
-    void runLine();
+    void run();
+    bool hasEnded(std::chrono::milliseconds longest);
+    bool isPatienceOver() const;
+    std::chrono::milliseconds timeToNextStep() const;
+    void keepAccount();
+    void logEnd();
 
     StandbyThread& maxInvoker;
     DrLog& log;
-    String line;
+    const DrConfig& config;
+    std::unique_ptr<HostOutput> output;
+    std::unique_ptr<Command> command;
+    CommandResult outcome;  // the worker's until it is parked
+    bool endLogged = false;
+
+    std::optional<Stopwatch> released;
+    std::chrono::milliseconds nextNotice = std::chrono::seconds(30);  // after the release
+    bool ended = false;                                               // by this object
 };
 
 }  // namespace Orvane

@@ -15,6 +15,19 @@
 
 namespace Orvane {
 
+namespace {
+
+/// Many images may come within one second: the first has its time as its name, the others a number
+/// behind it.
+String unusedName(const String& beginning) {
+    String name = beginning + ".exr";
+    for (std::int32_t number = 2; FileSystem::exists(name); ++number)
+        name = beginning + " " + Str::toWString(number) + ".exr";
+    return name;
+}
+
+}  // namespace
+
 void ImageRelay::relayDumps() {
     // What came meanwhile is in the next listing.
     while (relayPass()) {
@@ -118,7 +131,7 @@ void ImageRelay::retain(const String& path) {
     const String folder = config.dataFolder + "/retainedImages";
     if (!FileSystem::isFolder(folder))
         FileSystem::makeFolder(folder);
-    FileSystem::copyFile(path, folder + "/" + getTimestamp(true) + ".exr");
+    FileSystem::copyFile(path, unusedName(folder + "/" + getTimestamp(true)));
 }
 
 }  // namespace Orvane

@@ -7,6 +7,8 @@
 
 namespace Orvane {
 
+const char* const launchEcho = "Starting 3ds max DR...";
+
 namespace {
 
 bool isFrameCharacter(char16_t unit) {
@@ -20,9 +22,13 @@ bool isCameraCharacter(char16_t unit) {
     return !control && specialWithinQuotes.find(unit) == specialWithinQuotes.npos;
 }
 
-String withSeparator(const String& folder) {
+String programIn(const String& folder) {
     const bool ends = Str::endsWith(folder, u"/") || Str::endsWith(folder, u"\\");
-    return ends ? folder : folder + "/";
+    return folder + (ends ? "" : "/") + "3dsmaxcmd.exe";
+}
+
+String quoted(const String& path) {
+    return String("\"") + withinQuotes(path) + "\"";
 }
 
 }  // namespace
@@ -44,14 +50,15 @@ String refusalOf(const FrameInfo& frameInfo) {
 }
 
 String launchCommand(const String& hostFolder, const String& scenePath, const DrConfig& config,
-                     const FrameInfo& frameInfo) {
-    String line = "echo Starting 3ds max DR... && \"";
-    line += withSeparator(hostFolder) + "3dsmaxcmd.exe\" \"" + scenePath;
-    line += String("\" -o:\"") + config.dataFolder + "/dr_out.png\" -frames:" + frameInfo.frameName;
+                     const FrameInfo& frameInfo, const String& outputPath) {
+    String line = String("echo ") + launchEcho + " && " + quoted(programIn(hostFolder)) + " ";
+    line += quoted(scenePath) + " -o:" + quoted(config.dataFolder + "/dr_out.png");
+    line += String(" -frames:") + frameInfo.frameName;
     line += " -continueOnError -gammaCorrection:1 -rfw:1 -sf -v:5 ";
     if (!frameInfo.cameraName.isEmpty())
         line += String(" -camera: \"") + frameInfo.cameraName + "\" ";
-    line += String(" >> \"") + config.dataFolder + "/MaxLog.txt\"";
+    line += " >> ";
+    line += quoted(outputPath.isEmpty() ? config.dataFolder + "/MaxLog.txt" : outputPath);
     return line;
 }
 

@@ -13,9 +13,12 @@ constexpr std::int32_t mostFieldCharacters = 2048;
 /// texts come from the network.
 String refusalOf(const FrameInfo& frameInfo);
 
-/// The line that starts the host's command-line renderer on a scene and appends its output to
-/// MaxLog.txt.
+/// What the line has the interpreter say first.
+extern const char* const launchEcho;
+
+/// The line that starts the host's command-line renderer on a scene and appends its output to a
+/// file: MaxLog.txt in the data folder, if none is given.
 String launchCommand(const String& hostFolder, const String& scenePath, const DrConfig& config,
-                     const FrameInfo& frameInfo);
+                     const FrameInfo& frameInfo, const String& outputPath = {});
 
 }  // namespace Orvane

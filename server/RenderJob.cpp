@@ -44,13 +44,14 @@ void RenderJob::run() {
 }
 
 void RenderJob::launchHost() {
+    const String output = hostOutputPath(services.config.dataFolder, log);
     const String line = launchCommand(services.config.hostPath(plan.hostYear), scene.path(),
-                                      services.config, plan.request);
+                                      services.config, plan.request, output);
     log.log(String("Running command:\n") + line);
     // Nothing of an earlier job may reach this master.
     removeDumpFiles(services.config, log);
     services.loopback.drainPendingConnections();
-    host.start(line);
+    host.start(line, output);
 }
 
 bool RenderJob::waitForPlugin() {
@@ -62,30 +63,45 @@ bool RenderJob::waitForPlugin() {
             log.log("DR is running");
             return true;
         }
+        listenWhileLoading();
     }
     log.log("Got no response from 3ds max, aborting");
     return false;
 }
 
+void RenderJob::listenWhileLoading() {
+    char next = 0;
+    if (master.peek(&next, 1, std::chrono::milliseconds::zero()) > 0 && receiveEndRender())
+        ++earlyEndSignals;
+    // The plug-in is still welcome: it is told to end as it would be later.
+    if (!master.isAlive())
+        host.release();
+}
+
 void RenderJob::relay() {
     constexpr std::chrono::seconds pace{Timeouts::endRenderPollSeconds};
     services.wakeup.watch(services.config.dataFolder);
+    for (; earlyEndSignals > 0; --earlyEndSignals)
+        forwardEndRender();
     while (master.isAlive() && services.loopback.isPluginAlive()) {
         images.relayDumps();
         if (master.isAlive() &&
-            services.wakeup.wait(master, services.loopback.pluginConnection(), pace))
-            readCommand();
+            services.wakeup.wait(master, services.loopback.pluginConnection(), pace) &&
+            receiveEndRender())
+            forwardEndRender();
     }
     services.wakeup.stopWatching();
 }
 
-void RenderJob::readCommand() {
+bool RenderJob::receiveEndRender() {
     const ReceivedMessage message = readMessage(master, Timeouts::endRenderPollSeconds);
     if (message.isRefused())
         log.log(String("Refused a message of the master and closed its connection: ") +
                 message.refusal());
-    if (!message.isWhole() || !EndRender::read(message.text))
-        return;
+    return message.isWhole() && EndRender::read(message.text);
+}
+
+void RenderJob::forwardEndRender() {
     endSignals.write("Got END signal from remote side, forwarding to 3ds max");
     services.loopback.forwardEndRender();
 }

@@ -24,8 +24,10 @@ class RenderJob {
   private:
     void launchHost();
     bool waitForPlugin();
+    void listenWhileLoading();
     void relay();
-    void readCommand();
+    bool receiveEndRender();
+    void forwardEndRender();
     void finish();
     void cleanUp();
 
@@ -37,6 +39,7 @@ class RenderJob {
     HostRun host;
     ImageRelay images;
     LineFold endSignals;
+    std::int32_t earlyEndSignals = 0;  // that came before the plug-in
 };
 
 }  // namespace Orvane

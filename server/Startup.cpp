@@ -15,6 +15,7 @@ const char* const buildDate = __DATE__;
 }  // namespace
 
 void openLogFile(DrLog& log, DrServer& server) {
+    log.limitFile(server.configuration().mostLogBytes);
     log.openFile(server.configuration().dataFolder + "/DrLog.txt");
 }
 

@@ -1,5 +1,6 @@
 #include "app/desktop/DrApp.h"
 
+#include <wx/cmdline.h>
 #include <wx/imagpng.h>
 #include <wx/log.h>
 
@@ -13,18 +14,23 @@ namespace Orvane {
 bool DrApp::OnInit() {
     // What the toolkit has to say is for whoever reads the terminal; its own choice are boxes.
     delete wxLog::SetActiveTarget(new wxLogStderr);
-    // The program has no command line, so nothing on it is a reason not to start.
     wxApp::OnInit();
     wxImage::AddHandler(new wxPNGHandler);
     watchForTheEnd();
-    auto* window = new DrWindow(serverFailed);
-    WindowPlatform::whenDisplayIsLost([window] { window->closeWithoutDisplay(); });
+    window = new DrWindow(serverFailed);
+    WindowPlatform::whenDisplayIsLost([this] { window->closeWithoutDisplay(); });
     return true;
 }
 
 int DrApp::OnRun() {
     const int status = wxApp::OnRun();
     return serverFailed ? EXIT_FAILURE : status;
+}
+
+void DrApp::OnInitCmdLine(wxCmdLineParser& parser) {
+    // The program has read its command line before; nothing on it is the toolkit's.
+    wxApp::OnInitCmdLine(parser);
+    parser.SetCmdLine(wxString());
 }
 
 void DrApp::watchForTheEnd() {
@@ -48,8 +54,10 @@ void DrApp::pollStopSignal() {
     // A box waits for a user, at start-up or for the last time, and there is none.
     if (MessageBoxWindows::isOpen())
         std::_Exit(EXIT_FAILURE);
-    if (GetTopWindow() != nullptr)
-        GetTopWindow()->Close(true);
+    if (window != nullptr && window->isMenuOpen())
+        window->closeUnderMenu();
+    else if (window != nullptr)
+        window->Close(true);
 }
 
 }  // namespace Orvane

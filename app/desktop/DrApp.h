@@ -2,10 +2,13 @@
 
 #include <wx/app.h>
 #include <wx/timer.h>
+#include <wx/weakref.h>
 
 #include <memory>
 
+#include "OrvaneCore/StandardStreams.h"
 #include "app/StopSignal.h"
+#include "app/desktop/DrWindow.h"
 #include "app/desktop/MessageBoxWindows.h"
 
 namespace Orvane {
@@ -14,6 +17,7 @@ namespace Orvane {
 class DrApp : public wxApp {
   public:
     bool OnInit() override;
+    void OnInitCmdLine(wxCmdLineParser& parser) override;
     /// Status 1 when the server ended by itself.
     int OnRun() override;
 
@@ -21,9 +25,11 @@ class DrApp : public wxApp {
     void watchForTheEnd();
     void pollStopSignal();
 
-    StopSignal stopSignal;  // before the toolkit starts threads
+    StandardStreams streams;  // before anything opens the display
+    StopSignal stopSignal;    // before the toolkit starts threads
     MessageBoxWindows messageBoxes;
     std::unique_ptr<wxTimer> stopTimer;
+    wxWeakRef<DrWindow> window;
     bool stopRequested = false;
     bool serverFailed = false;
 };

@@ -8,6 +8,7 @@
 #include <wx/stattext.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 
 #include "OrvaneCore/Exception.h"
@@ -128,8 +129,21 @@ void DrWindow::restoreFromTray() {
 
 bool DrWindow::mayClose() const {
     // An open box or menu is further up on this very stack, and needs what closing would delete.
-    const bool menuOpen = linkMenuOpen || (trayIcon != nullptr && trayIcon->isMenuOpen());
-    return phase != Phase::Closing && !menuOpen && !MessageBoxWindows::isOpen();
+    return phase != Phase::Closing && !isMenuOpen() && !MessageBoxWindows::isOpen();
+}
+
+bool DrWindow::isMenuOpen() const {
+    return linkMenuOpen || (trayIcon != nullptr && trayIcon->isMenuOpen());
+}
+
+void DrWindow::closeUnderMenu() {
+    if (phase == Phase::Closing)
+        return;
+    phase = Phase::Closing;
+    stopServer();
+    log.flush();
+    // Not by returning: the menu further up on this stack would go on with what is gone.
+    std::_Exit(failed ? EXIT_FAILURE : EXIT_SUCCESS);
 }
 
 void DrWindow::stopServer() {

@@ -33,6 +33,12 @@ class DrWindow : public wxFrame {
     /// Stops the server as closing does, without touching what is on the display.
     void closeWithoutDisplay();
 
+    /// A menu of the window or of its icon is open, which keeps the window from being closed.
+    bool isMenuOpen() const;
+    /// Stops the server as closing does, then ends the process: for when nobody is there to dismiss
+    /// the menu. The log is shown until the end. Returns only if the window is closing already.
+    void closeUnderMenu();
+
   protected:
     DrLog log;
 

@@ -2,6 +2,8 @@
 
 #include <wx/textctrl.h>
 
+#include <deque>
+
 #include "OrvaneCore/DrLog.h"
 
 namespace Orvane {
@@ -10,15 +12,22 @@ namespace Orvane {
 /// shown piece by piece, between the events of the window.
 class LogText : public wxTextCtrl, public LogView {
   public:
+    /// Older ones go: a window may be open for months.
+    static constexpr std::size_t mostLines = 20000;
+
     explicit LogText(wxWindow* parent);
 
     void append(const String& batch) override;
 
   private:
+    void skipWhatWouldNotStay();
     void showPiece();
+    void show(const wxString& text);
+    void removeOldLines();
 
     String unshown;
-    std::int32_t position = 0;  // in unshown
+    std::int32_t position = 0;     // in unshown
+    std::deque<long> lineLengths;  // of what is shown, in the control's positions
 };
 
 }  // namespace Orvane

@@ -2,6 +2,9 @@
 #include <thread>
 
 #include "OrvaneCore/Exception.h"
+#include "OrvaneCore/StandardStreams.h"
+#include "app/CommandLine.h"
+#include "app/Console.h"
 #include "app/StopSignal.h"
 #include "server/Startup.h"
 
@@ -61,6 +64,9 @@ class HeadlessProgram {
 
 }  // namespace
 
-int main() {
+int main(int count, char** values) {
+    const StandardStreams streams;
+    if (const auto status = obeyCommandLine("dr-server-headless", typedArguments(count, values)))
+        return *status;
     return HeadlessProgram().run();
 }

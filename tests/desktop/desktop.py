@@ -9,7 +9,7 @@ from pathlib import Path
 from conftest import mount
 from harness import eventually
 
-TITLE = "Orvane Renderer DrServer | 1.1.1"
+TITLE = "Orvane Renderer DrServer | " + os.environ["ORVANE_VERSION"]
 ICON = "dr-server"  # how the toolkit calls the window of a tray icon, and of a tool tip or menu
 ERROR = "Orvane DR Server Error"
 
@@ -125,10 +125,13 @@ class Session:
         xdo("mousemove", 500, 300)
         return self.shows(ICON)
 
-    def choose(self, icon, *keys):
-        """Opens the icon's menu and works it with the keyboard."""
+    def open_menu(self, icon):
         self.click(icon, 8, 8, button=3)
         # A tool tip may come as well.
         eventually(lambda: any("POPUP_MENU" in said_by("xprop", "-id", window, "_NET_WM_WINDOW_TYPE")
                                for window in self.windows(ICON)), "a menu")
+
+    def choose(self, icon, *keys):
+        """Opens the icon's menu and works it with the keyboard."""
+        self.open_menu(icon)
         self.press(*keys, "Return")

@@ -7,9 +7,10 @@ from urllib.parse import unquote_to_bytes
 
 import harness
 import pytest
-from conftest import node  # noqa: F401, a fixture
+from conftest import node, undamaged  # noqa: F401, fixtures
 from desktop import ERROR, ICON, TITLE, Session, xdo
-from harness import *
+from harness import END_RENDER, ONLINE, Master, eventually, image, scene_bytes
+from test_node import test_command_line  # noqa: F401
 
 LOG = (300, 300)
 CHECK_BOX = (20, 14)
@@ -47,7 +48,7 @@ def test_window_and_tray_icon(session, node):
     assert session.windows(ICON) == []
     render(node)
     assert retained(node) == 0
-    shown = node.output().replace(platform.ECHO, "").encode("latin-1").decode()
+    shown = node.output().encode("latin-1").decode()
     session.reads(window, *LOG, shown)
 
     session.click(window, *LINK)
@@ -79,7 +80,21 @@ def test_window_and_tray_icon(session, node):
     assert node.ended() == 0 and node.errors() == ""
     assert retained(node) == 1 and node.log().endswith("Ready for new connection\n")
     written = (node.data / "DrLog.txt").read_bytes().decode("latin-1")
-    assert written == node.output().replace(platform.ECHO, "")
+    assert written == node.output()
+
+
+def test_ended_while_a_menu_is_open(session, node):
+    """Nobody is there to dismiss it; the job is finished all the same."""
+    node.ready(*RENDERING)
+    with Master() as master:
+        master.job()
+        assert master.image() == image(65537)
+        session.open_menu(session.minimise())
+        node.server.send_signal(signal.SIGTERM)
+        master.send(END_RENDER)
+        assert master.at_end()
+    assert node.ended() == 0 and node.errors() == ""
+    assert node.log().endswith("Ready for new connection\n")
 
 
 def test_closing_while_a_master_sends_its_scene(session, node):

@@ -35,11 +35,15 @@ def become_root_of_own_namespace():
     Path("/proc/self/gid_map").write_text(f"0 {group} 1")
 
 
-def isolate_worker():
-    must(LIBC.unshare(NEW_NETWORK | NEW_MOUNTS))
+def bring_up_loopback():
     with socket.socket() as any_socket:
         set_flags, up_and_running = 0x8914, 0x41
         fcntl.ioctl(any_socket, set_flags, struct.pack("16sh22x", b"lo", up_and_running))
+
+
+def isolate_worker():
+    must(LIBC.unshare(NEW_NETWORK | NEW_MOUNTS))
+    bring_up_loopback()
     mount("none", "/", flags=RECURSIVE | PRIVATE)
     own_etc = Path(tempfile.mkdtemp(prefix="etc-"))
     mount("none", own_etc, "tmpfs")
@@ -59,6 +63,15 @@ def pytest_configure(config):
         become_root_of_own_namespace()
     if hasattr(config, "workerinput") or not workers:
         isolate_worker()
+
+
+@pytest.fixture(autouse=True)
+def undamaged(capfd):
+    """Of the programs that a test starts by itself."""
+    yield
+    out, err = capfd.readouterr()
+    print(out, err)  # for the report
+    assert not platform.reports_damage(err)
 
 
 @pytest.fixture

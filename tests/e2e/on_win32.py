@@ -10,12 +10,13 @@ from pathlib import Path
 
 STOPS = [signal.SIGINT]  # Wine makes it Ctrl+C; the other signals end a program at once
 STREAMS = None  # not to be seen here
-ECHO = "Starting 3ds max DR... \r\n"
 LINE_END = "\r\n"
+LINGER = 'start /b "" "{}/3dsmaxcmd.exe" linger'
+CRASH = ["exit 3221225477", "0xC0000005"]  # Wine would start its debugger
+ODD_FOLDER = "a ^b^ & c;d (e) 'f' !g!"  # Wine expands again what it has expanded, so no %
 CODE_PAGE = "cp1252"
 REFUSED_IN_QUOTES = ["%PATH%"]
 ODD_CAMERA = "a;b|c>d*e'f$g#h!(i)~^ && touch x\\y"  # but the interpreter leaves it alone within quotes
-NO_SUCH_PROGRAM = ".*\n"
 HOST_KEYS = ["HKLM\\SOFTWARE\\Autodesk", "HKLM\\SOFTWARE\\Orvane"]
 PREFIX = Path(__file__).parents[1] / "windows/fresh-prefix"
 
@@ -33,6 +34,11 @@ def world(folder):
         subprocess.run(["wineserver", "-k"])
     subprocess.run(["wineserver", "-w"])
     shutil.rmtree(folder / "wine")
+
+
+def reports_damage(errors):
+    """Wine's heap checks only say what they found."""
+    return ":heap:" in errors
 
 
 def seen(path):

@@ -2,10 +2,13 @@
 
 import contextlib
 import re
+import socket
 import threading
 from pathlib import Path
 
-from harness import *
+from harness import (
+    DUMP_EXR, END_RENDER, LOOPBACK, ONLINE, PLUGIN_ANSWER, Master, Peer, image,
+    request, seen)
 
 CAMERA = "Cam\xe9ra 1\x80 & more"
 
@@ -92,8 +95,8 @@ def test_two_whole_jobs(node):
         f"\t<CameraName>{CAMERA.replace('&', '&amp;')}</CameraName>\n"
         f"</OrvaneDrLocal>\n\0").encode("latin-1") + 2 * END_RENDER
     copies = sorted((node.data / "retainedImages").iterdir())
-    assert all(re.fullmatch(r"\d{4}-\d\d-\d\d \d\d-\d\d-\d\d\.exr", copy.name) for copy in copies)
-    assert copies[-1].read_bytes() == image(300000)
+    assert all(re.fullmatch(r"\d{4}-\d\d-\d\d \d\d-\d\d-\d\d( [234])?\.exr", copy.name) for copy in copies)
+    assert sorted(copy.stat().st_size for copy in copies) == sorted([*sizes, 300000])
 
     # The next master finds the node as new, and a host that is gone before it is heard.
     node.plan(2014, "print Again")
@@ -131,6 +134,7 @@ def test_two_whole_jobs(node):
         *relayed(node, "dumpLast.exr", "300,000"),
         "DR is finished",
         "Closed loopback connection", "", "",
+        "3ds max ended with exit code 7",
         "Ready for new connection",
         "Accepted remote connection from 127.0.0.1",
         f"Handshake: {shaken[1]}",
@@ -143,8 +147,7 @@ def test_two_whole_jobs(node):
         "Ready for new connection",
         "",
     ]
-    assert node.output().count(platform.ECHO) == 2
-    assert (node.data / "DrLog.txt").read_bytes().decode("latin-1") == node.output().replace(platform.ECHO, "")
+    assert (node.data / "DrLog.txt").read_bytes().decode("latin-1") == node.output()
 
 
 def test_worked_example_of_the_documentation(node):

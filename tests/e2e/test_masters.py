@@ -1,11 +1,17 @@
 """Masters that are wrong, slow, hostile or gone, and scenes that do not arrive whole."""
 
 import os
+import re
 import shutil
+import socket
+import struct
 import subprocess
+import time
 
 import pytest
-from harness import *
+from harness import (
+    DUMP_EXR, END_RENDER, ONLINE, WELCOME, Master, eventually, image, platform, request,
+    scene_bytes, seen)
 
 BOGUS = "Got bogus master connection: "
 
@@ -48,9 +54,12 @@ def test_requests_that_no_host_may_see(node):
     with Master() as master:
         master.job(version="max2015")
         assert master.at_end()
-    log = node.final_log(errors=platform.NO_SUCH_PROGRAM)
+    log = node.final_log()
     assert "2015 scene to render with 3ds max 2016" in log
     assert log.count("Got no response from 3ds max, aborting") == 2
+    assert re.search("3ds max ended with exit code [1-9].*\nGot no response", log)
+    # The interpreter's own words.
+    assert len((node.data / "MaxLog.txt").read_bytes()) > 10
     assert not (node.folder / "x").exists()
 
 

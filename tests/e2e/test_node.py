@@ -1,12 +1,17 @@
 """A node's life: what it reads and writes at start, how it is found, how it ends."""
 
 import os
+import re
 import resource
 import signal
+import socket
+import subprocess
 from pathlib import Path
 
 import pytest
-from harness import *
+from harness import (
+    DISCOVERY, END_RENDER, LOOPBACK, MASTER, ONLINE, PATIENCE, SERVER, Master, Node, eventually, image,
+    platform, seen)
 
 CAPTION = "Orvane DR Server Error\n"
 REPLY = b"<OrvaneDrDiscovery>\n\t<Reply>ok</Reply>\n</OrvaneDrDiscovery>\n\0"
@@ -102,6 +107,60 @@ def test_configuration_from_the_registry(node):
     assert (
         "Warning: no 3ds max versions detected on the machine. You can add them by hand in the"
         " config.txt file. Example syntax: 2013 C:/Program Files/Autodesk/3ds max 2013\n") in log
+
+
+def test_command_line(node, tmp_path):
+    def answer(*arguments):
+        told = subprocess.run([*SERVER, *arguments], cwd=node.folder, timeout=PATIENCE,
+                              capture_output=True, text=True)
+        return told.returncode, told.stdout, told.stderr
+
+    status, usage, errors = answer("--help")
+    assert (status, errors) == (0, "") and "--folder PATH" in usage
+    status, version, errors = answer("--version")
+    assert (status, errors) == (0, "") and re.fullmatch(r"dr-server\S* \d+\.\d+\.\d+\n", version)
+    for wrong in [["--halp"], ["node"], ["--version=1"], ["--folder"]]:
+        status, said, errors = answer(*wrong)
+        assert (status, said) == (2, "") and errors.endswith("\n" + usage)
+    status, said, errors = answer("--folder", "no such folder")
+    assert (status, said) == (1, "") and "'no such folder'" in errors
+    assert list(node.folder.iterdir()) == []
+
+
+def test_another_folder(node, tmp_path):
+    node.configure("2014 /somewhere")
+    node.spawn(arguments=["--folder", node.folder.name], cwd=tmp_path)
+    node.wait_for("2014: /somewhere")
+    node.stop()
+    assert (node.data / "DrLog.txt").exists() and not (tmp_path / "drData").exists()
+
+
+@pytest.mark.linux
+def test_what_is_no_file(node):
+    """Whatever stands where a file should be: the start does not hang, and nothing is lost."""
+    platform.REGISTRY.parent.mkdir()
+    os.mkfifo(platform.REGISTRY)
+    node.configure("2014 /somewhere", "LogMegabytes = 10", "LogMegabytes = ten")
+    node.start()
+    log = node.final_log()
+    assert f"Cannot look for installed hosts: Cannot open/read/write file '{platform.REGISTRY}'\n" in log
+    assert "Line 3 is not understood: LogMegabytes = ten\n" in log
+
+    config = node.data / "DrConfig-1.00.txt"
+    settings = config.read_bytes()
+    config.chmod(0)
+    node.spawn("setpriv", "--bounding-set=-all")  # root who is not above permissions
+    node.wait_for(f"The config file cannot be read, and is left as it is: {seen(config)}\n")
+    node.stop()
+    assert config.read_bytes() == settings
+
+    config.unlink()
+    for make in (os.mkfifo, os.mkdir):
+        make(config)
+        node.spawn()
+        assert node.ended() == 1
+        assert "Fatal error: Cannot create default config file." in node.errors()
+        config.rmdir() if config.is_dir() else config.unlink()
 
 
 @pytest.mark.parametrize("in_the_way", ["drData", "drData/DrLog.txt", "drData/DrConfig-1.00.txt"])

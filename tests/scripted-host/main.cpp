@@ -19,10 +19,21 @@ using namespace Orvane;
 namespace {
 
 constexpr int patienceSeconds = 120;
+volatile int* const volatile nowhere = nullptr;
 
 [[noreturn]] void fail(const std::string& what) {
     std::cerr << "scripted host: " << what << std::endl;
     std::exit(99);
+}
+
+void check(bool good, const std::string& what) {
+    if (!good)
+        fail(what);
+}
+
+[[noreturn]] void hang() {
+    while (true)
+        std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
 bool exists(const std::string& path) {
@@ -132,6 +143,31 @@ class Host {
         growing << rest;
         growing.close();
     }
+    void copyDump(const std::string& from, const std::string& name) {
+        std::ifstream file(folder + from, std::ios::binary);
+        std::ostringstream bytes;
+        bytes << file.rdbuf();
+        writeWhole(dataFolder + name, bytes.str());
+    }
+    bool isTold(std::chrono::milliseconds longest) {
+        char first = 0;
+        return server->peek(&first, 1, longest) > 0 || !server->isAlive();
+    }
+    void passes(const std::string& period) {
+        const std::chrono::milliseconds pause(std::stoi(period));
+        int dumped = 0;
+        for (std::string name; exists(folder + (name = "pass" + std::to_string(dumped + 1)));) {
+            if (isTold(pause))
+                break;
+            copyDump(name, "dump-" + name + ".exr");
+            std::ofstream(folder + "passes.txt") << ++dumped << std::flush;
+        }
+        while (!isTold(std::chrono::seconds(1))) {
+        }
+    }
+    void input(const std::string&) {
+        check(std::cin.get() == EOF, "there is something on standard input");
+    }
     void leave(const std::string&) {
         char byte = 0;
         server->setTimeout(patienceSeconds);
@@ -159,7 +195,9 @@ class Host {
         {"dump", method(&Host::dump)},    // NAME SIZE, renamed into place
         {"begin", method(&Host::begin)},  // NAME SIZE: half of it, under its final name
         {"complete", method(&Host::complete)},
-        {"gone",  // NAME: a dump has been relayed
+        {"passes", method(&Host::passes)},  // MILLISECONDS: dumps the files pass1, pass2 and so on
+                                            // at that pace, until the server says something
+        {"gone",                            // NAME: a dump has been relayed
          [this](const auto& name) {
              waitUntil("relay of " + name, [&] { return !exists(dataFolder + name); });
          }},
@@ -167,13 +205,21 @@ class Host {
          [this](const auto& name) { waitUntil(name, [&] { return exists(folder + name); }); }},
         {"mark", [this](const auto& name) { writeWhole(folder + name, ""); }},
         {"print", [](const auto& text) { std::cout << text << std::endl; }},
-        {"exit", [](const auto& status) { std::exit(std::stoi(status)); }},
+        {"complain", [](const auto& text) { std::cerr << text << std::endl; }},
+        {"input", method(&Host::input)},
+        {"shell", [](const auto& line) { check(std::system(line.c_str()) == 0, line); }},
+        {"hang", [](const auto&) { hang(); }},
+        {"crash", [](const auto&) { *nowhere = 1; }},
+        {"exit", [](const auto& status) { std::exit(static_cast<int>(std::stoul(status))); }},
     };
 };
 
 }  // namespace
 
 int main(int count, char** values) {
+    // A process that a host has started and that outlives it.
+    if (count == 2 && values[1] == std::string("linger"))
+        hang();
     Host(count, values).follow();
     return 0;
 }

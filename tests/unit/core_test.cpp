@@ -1,17 +1,23 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
 #include <limits>
 #include <regex>
+#include <set>
+#include <thread>
+#include <vector>
 
+#include "OrvaneCore/DrLog.h"
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/FileSystem.h"
 #include "OrvaneCore/RegistryFile.h"
 #include "OrvaneCore/Str.h"
 #include "OrvaneCore/TextFileReader.h"
 #include "OrvaneCore/Timestamp.h"
+#include "tests/unit/StringPrinter.h"
 
 using namespace Orvane;
 
@@ -166,6 +172,48 @@ TEST(RegistryFile, FindsEntriesWhateverTheirCase) {
     EXPECT_FALSE(readRegistryFile("registry.ini", "SOFTWARE/A", "Installdir", value));
     EXPECT_FALSE(readRegistryFile("registry.ini", "SOFTWARE/A/1.0", "Other", value));
     EXPECT_FALSE(readRegistryFile("no file", "SOFTWARE/A/1.0", "Installdir", value));
+}
+
+TEST(DrLog, MovesItsFileAsideAndLosesNothing) {
+    constexpr int writers = 4;
+    constexpr int linesEach = 25000;
+    const std::string path = "limited.txt";
+    writeFile((path + ".2").c_str(), "older\n");
+    testing::internal::CaptureStdout();
+    DrLog log;
+    log.limitFile(2'000'000);
+    log.openFile(path);
+    std::FILE* const viewer = std::fopen(path.c_str(), "r");
+    std::atomic<int> working = writers;
+    std::vector<std::thread> threads;
+    for (int writer = 0; writer < writers; ++writer)
+        threads.emplace_back([&log, &working, writer] {
+            for (int line = 0; line < linesEach; ++line)
+                log.log(std::to_string(writer * linesEach + line) + std::string(50, '.'));
+            --working;
+        });
+    while (working > 0)
+        log.flush();
+    for (std::thread& thread : threads)
+        thread.join();
+    log.flush();
+    std::fclose(viewer);
+    testing::internal::GetCapturedStdout();
+    std::set<int> found;
+    int files = 0;
+    int lines = 0;
+    for (const char* const number : {"", ".1", ".2", ".3", ".4", ".5"}) {
+        std::ifstream file(path + number);
+        files += file.is_open() ? 1 : 0;
+        for (std::string line; std::getline(file, line);)
+            if (line != "older" && ++lines > 0)
+                found.insert(std::stoi(line.substr(line.rfind(' '))));
+        file.close();
+        std::remove((path + number).c_str());
+    }
+    EXPECT_EQ(lines, writers * linesEach);
+    EXPECT_EQ(found.size(), writers * linesEach);
+    EXPECT_GE(files, 3);
 }
 
 }  // namespace

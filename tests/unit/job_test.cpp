@@ -3,8 +3,10 @@
 #include <fstream>
 #include <sstream>
 
+#include "OrvaneCore/CommandInterpreter.h"
 #include "config/DrConfig.h"
 #include "server/LaunchCommand.h"
+#include "tests/unit/StringPrinter.h"
 
 using namespace Orvane;
 
@@ -43,6 +45,20 @@ TEST(DrConfig, RetainExrValues) {
     }
 }
 
+TEST(DrConfig, HostSettings) {
+    DrConfig config;
+    EXPECT_EQ(config.hostPatience.count(), 900);
+    load(config, "HostPatience = 60\nHOSTPRIORITY=Low\n");
+    EXPECT_TRUE(config.hostPatience.count() == 60 && config.hostHasLowPriority);
+    load(config, "hostpatience=0\nHostPriority = normal\n");
+    EXPECT_TRUE(config.hostPatience.count() == 0 && !config.hostHasLowPriority);
+    for (const char* bad : {"HostPatience", "HostPatience = ", "HostPatience = -1",
+                            "HostPatience = 5 s", "HostPatience 5", "HostPriority = high"}) {
+        load(config, std::string(bad) + "\nRetainEXR = true\n");
+        EXPECT_FALSE(config.retainExr) << bad;
+    }
+}
+
 TEST(DrConfig, VersionLines) {
     DrConfig config;
     load(config, "\xE9\n2011 never read\n");
@@ -62,9 +78,11 @@ TEST(DrConfig, VersionLines) {
     EXPECT_EQ(host(config, 2014), "D:/close");
     EXPECT_EQ(host(config, 2015), "5 sign");
     EXPECT_EQ(host(config, 2016), std::string(2000, 'x'));
-    EXPECT_EQ(host(config, 2010) + host(config, 2017), "");
+    for (const int year : {2010, 2017})
+        EXPECT_EQ(host(config, year), "");
     load(config, "2012\n2013");
-    EXPECT_EQ(host(config, 2012) + host(config, 2013), "");
+    for (const int year : {2012, 2013})
+        EXPECT_EQ(host(config, year), "");
 }
 
 TEST(LaunchCommand, KeepsItsPiecesAndOrder) {
@@ -81,6 +99,18 @@ TEST(LaunchCommand, KeepsItsPiecesAndOrder) {
     EXPECT_EQ(toAnsi(launchCommand("C:/Max", scene, config, {"max2014", "Cam 1", ""})),
               "echo Starting 3ds max DR... && \"C:/Max/" + common + options +
                   " -camera: \"Cam 1\" " + log);
+}
+
+TEST(LaunchCommand, WritesSpecialCharactersSoThatProgramsSeeThem) {
+    DrConfig config;
+    config.dataFolder = "/a%b/";
+    const std::string line = toAnsi(launchCommand("/$x/`y`/q\"/z\\", "/s", config, {}));
+    if (specialWithinQuotes.find(u'%') == specialWithinQuotes.npos) {
+        EXPECT_NE(line.find("\"/\\$x/\\`y\\`/q\\\"/z\\3dsmaxcmd.exe\""), line.npos) << line;
+        EXPECT_EQ(toAnsi(withinQuotes("\\\\a\\")), "\\\\\\a\\\\");
+    } else {
+        EXPECT_NE(line.find("-o:\"/a%ORVANE_PERCENT%b//dr_out"), line.npos) << line;
+    }
 }
 
 TEST(LaunchCommand, RefusesWhatAnInterpreterWouldActUpon) {

@@ -8,6 +8,7 @@
 #include "protocol/DatagramCalls.h"
 #include "protocol/DatagramSocket.h"
 #include "server/DiscoveryReplier.h"
+#include "tests/unit/StringPrinter.h"
 
 using namespace Orvane;
 

@@ -10,6 +10,7 @@
 #include "protocol/Framing.h"
 #include "protocol/Listener.h"
 #include "protocol/Messages.h"
+#include "tests/unit/StringPrinter.h"
 
 using namespace Orvane;
 
@@ -175,7 +176,8 @@ TEST_F(Streams, AShortFileIsFilledUpToItsChunk) {
         EXPECT_TRUE(fileBytes("received.bin") ==
                     bytes + bytes.substr(before, static_cast<std::size_t>(end - sent)));
     }
-    EXPECT_EQ(receiveFile(*nearEnd, "untouched.bin") + sendFile(*nearEnd, "received.bin"), 2);
+    EXPECT_EQ(receiveFile(*nearEnd, "untouched.bin"), 1);
+    EXPECT_EQ(sendFile(*nearEnd, "received.bin"), 1);
     EXPECT_EQ(FileSystem::fileSize("untouched.bin"), -1);
 }
 

@@ -8,9 +8,9 @@ import subprocess
 import harness
 import pytest
 import test_job
-from conftest import node  # noqa: F401, a fixture
+from conftest import node, undamaged  # noqa: F401, fixtures
 from desktop import ERROR, TITLE, Session, xdo
-from harness import *
+from harness import END_RENDER, ONLINE, Master, eventually, image, platform
 from on_win32 import wine
 
 DESKTOP = shlex.split(os.environ["ORVANE_DESKTOP"])
@@ -62,7 +62,7 @@ def test_job_of_the_command_line_master(node, master):
     assert node.heard_by_host().endswith(END_RENDER)
 
 
-def test_other_code_page(node, tmp_path, monkeypatch):  # noqa: F811, for its Wine
+def test_other_code_page(node, tmp_path, monkeypatch):
     """A Cyrillic node: its folder's letters are in no path of code page 1252."""
     subprocess.run(["localedef", "-i", "ru_RU", "-f", "UTF-8", tmp_path / "ru_RU.UTF-8"], check=True)
     monkeypatch.setenv("LOCPATH", str(tmp_path))

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "HostArguments.h"
+#include "OrvaneCore/StandardStreams.h"
 #include "OrvaneCore/Str.h"
 #include "PluginLink.h"
 #include "Rendering.h"
@@ -82,6 +83,7 @@ void run(int argc, const char* const* argv) {
 }  // namespace Orvane
 
 int main(int argc, char** argv) {
+    const Orvane::StandardStreams streams;
     // Standard output is a file here, and somebody may be reading it meanwhile.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     try {

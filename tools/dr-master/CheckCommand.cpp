@@ -6,12 +6,15 @@
 #include "Commands.h"
 #include "Discovery.h"
 #include "Image.h"
-#include "JobGoal.h"
+#include "Interruption.h"
+#include "JobImages.h"
 #include "JobSession.h"
 #include "NativePath.h"
 #include "OrvaneCore/HostReleases.h"
 #include "OrvaneCore/RandomSource.h"
+#include "ProgressBar.h"
 #include "SceneFile.h"
+#include "TemporaryPath.h"
 #include "protocol/Ports.h"
 #include "protocol/Resolve.h"
 #include "protocol/Timeouts.h"
@@ -36,23 +39,18 @@ std::string secondsText(long long time) {
     return std::to_string(time / 1000) + "." + std::to_string(time % 1000 / 100) + " s";
 }
 
-/// A folder of its own for the images of a check, gone with it.
-class TemporaryFolder {
-  public:
-    TemporaryFolder()
-        : path(std::filesystem::temp_directory_path() /
-               ("dr-master-" + std::to_string(randomNumber()))) {
-        std::filesystem::create_directory(path);
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+/// A folder of its own for the images of a check.
+std::filesystem::path newFolder() {
+    auto path =
+        std::filesystem::temp_directory_path() / ("dr-master-" + std::to_string(randomNumber()));
+    std::filesystem::create_directory(path);
+    return path;
+}
 
-    const std::filesystem::path path;
-};
+void throwIfInterrupted() {
+    if (Interruption::hasCome())
+        throw Failure(ExitStatus::Interrupted, "Ended by Ctrl-C");
+}
 
 class Check {
   public:
@@ -109,15 +107,17 @@ class Check {
         // The server answers first and looks at the version then; no host is ever started for this.
         FrameInfo nothingToDo;
         nothingToDo.hostVersion = "chk0";
-        const JobSession session(std::move(connection), nothingToDo, handshakePatience);
+        JobSession session(std::move(connection), nothingToDo);
+        session.requireAnswer(handshakePatience);
         const long long time = millisecondsSince(start);
         finding.figures["milliseconds"] = time;
         finding.text = "answered after " + std::to_string(time) + " ms";
     }
 
     void checkDiscovery(Finding& finding, bool portIsOpen) {
-        auto nodes = surveyHostVersions(address, pingWindow);
-        for (const auto& [node, versions] : nodes)
+        Discovery search({toAnsi(address)}, allReleases());
+        search.listen(pingWindow);
+        for (const auto& [node, versions] : search.nodes())
             hosts.insert(versions.begin(), versions.end());
         describeHosts(finding);
         if (hosts.empty())
@@ -158,22 +158,30 @@ class Check {
 
     void checkJob(Finding& finding) const {
         const auto scene = openScene(options.scene);
-        const TemporaryFolder folder;
+        const TemporaryPath folder(newFolder());
         const FrameInfo job{sceneReleaseText(versionOfJob()), {}, "0"};
-        JobSession session(connectToServer(address), job, handshakePatience);
+        JobSession session(connectToServer(address), job);
+        session.requireAnswer(handshakePatience);
         ProgressBar progress("Scene");
-        session.sendScene(*scene, progress);
+        session.sendScene(*scene, [&](std::int64_t moved, std::int64_t size) {
+            throwIfInterrupted();
+            progress.show(moved, size);
+        });
         progress.clear();
-        JobGoal goal;
-        goal.images = 1;
-        goal.giveUp = milliseconds(static_cast<long long>(options.jobSeconds * 1000));
         const auto start = Clock::now();
         int images = 0;
         long long firstImage = 0;
-        collectImages(session, goal, [&] {
+        JobRules rules;
+        rules.isEnough = [&images] {
+            throwIfInterrupted();
+            return images > 0;
+        };
+        rules.giveUp = milliseconds(static_cast<long long>(options.jobSeconds * 1000));
+        rules.lastImages = *rules.giveUp;
+        collectImages(session, rules, [&](const TransferWatch& watch) {
             if (images++ == 0)
                 firstImage = millisecondsSince(start);
-            takeImage(session, folder.path / "image.exr");
+            takeImage(session, folder.path() / "image.exr", watch);
         });
         const long long wholeJob = millisecondsSince(start);
         finding.figures = {{"firstImageMilliseconds", firstImage},
@@ -184,13 +192,20 @@ class Check {
                        "; images: " + std::to_string(images) + ", all whole";
     }
 
-    static void takeImage(JobSession& session, const std::filesystem::path& path) {
+    static void takeImage(JobSession& session, const std::filesystem::path& path,
+                          const TransferWatch& watch) {
         ProgressBar progress("Image");
-        session.receiveImage(pathText(path), progress);
+        session.receiveImage(pathText(path), [&](std::int64_t moved, std::int64_t size) {
+            throwIfInterrupted();
+            watch(moved, size);
+            progress.show(moved, size);
+        });
         progress.clear();
-        readImage(path);
+        ReceivedImage image;
+        readImage(path, std::nullopt, image);
     }
 
+    const Interruption interruption;
     const CheckOptions& options;
     CheckReport report;
     String address;

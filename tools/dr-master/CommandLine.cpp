@@ -1,10 +1,10 @@
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <functional>
 
 #include "Commands.h"
-#include "Discovery.h"
 
 namespace Orvane {
 
@@ -22,6 +22,38 @@ Run succeeding(void (*command)(const Options&), Options& options) {
 }
 
 constexpr const char* yearHelp = "year of the 3ds Max release";
+
+/// Accepts a number in a range that is said in words.
+CLI::Validator inRange(const std::string& words, const std::function<bool(double)>& isRight) {
+    return CLI::Validator(
+        [words, isRight](std::string& text) {
+            double value = 0;
+            const bool isNumber = CLI::detail::lexical_cast(text, value);
+            return isNumber && isRight(value) ? std::string() : "must be " + words;
+        },
+        "");
+}
+
+CLI::Validator duration() {
+    return inRange("a number of seconds above 0, at most 31536000 (a year)",
+                   [](double value) { return value > 0 && value <= 31536000; });
+}
+
+CLI::Validator wholeNumber() {
+    return inRange("a whole number from 1 to 1000000000", [](double value) {
+        return value >= 1 && value <= 1e9 && value == std::floor(value);
+    });
+}
+
+CLI::Validator size() {
+    return inRange("a number from 0 to 1000000000",
+                   [](double value) { return value >= 0 && value <= 1e9; });
+}
+
+CLI::Validator part() {
+    return inRange("a number above 0, at most 1",
+                   [](double value) { return value > 0 && value <= 1; });
+}
 
 class CommandLine {
   public:
@@ -58,37 +90,78 @@ class CommandLine {
     void addDiscover() {
         auto* command = add("discover", "List the DR servers that answer",
                             succeeding(discoverServers, discover));
-        command->add_option("--host-version", discover.hostVersion, yearHelp)->required();
-        command
-            ->add_option("--address", discover.address,
-                         "ask one host, or another network's "
-                         "broadcast address")
-            ->default_val(broadcastAddress);
+        command->add_option("--host-version", discover.hostVersion,
+                            std::string(yearHelp) + " (default: all)");
+        addAddresses(*command, discover.addresses);
         command->add_option("--seconds", discover.seconds, "how long to listen")
-            ->check(CLI::PositiveNumber)
+            ->check(duration())
             ->capture_default_str();
     }
 
+    static CLI::Option* addAddresses(CLI::App& command, std::vector<std::string>& addresses) {
+        return command
+            .add_option("--address", addresses,
+                        "where to ask, with commas between them: hosts, broadcast addresses, "
+                        "networks as 10.1.2.0/24 (default: all networks of this machine)")
+            ->delimiter(',')
+            ->expected(1);
+    }
+
     void addRender() {
-        auto* command =
-            add("render", "Render a scene on a DR server", succeeding(renderScene, render));
+        auto* command = add("render", "Render a scene on one DR server, or on many",
+                            succeeding(renderScene, render));
         command->add_option("scene", render.scene, "scene file")->required();
-        command->add_option("--server", render.server,
-                            "name or address (default: the first that answers discovery)");
         command->add_option("--host-version", render.hostVersion, yearHelp)->required();
+        addRenderNodes(*command);
         command->add_option("--frame", render.frame, "frame or frames")->capture_default_str();
         command->add_option("--camera", render.camera, "camera (default: the scene's own)");
-        auto* images = command->add_option("--images", render.images,
-                                           "end the render after that many images (default: 1)");
-        images->check(CLI::PositiveNumber);
-        command->add_option("--seconds", render.seconds, "end the render after that time")
-            ->check(CLI::PositiveNumber)
-            ->excludes(images);
+        addRenderGoals(*command);
         command->add_option("--output", render.output, "folder for the images and the result")
             ->capture_default_str();
         command
-            ->add_option("--patience", render.patience, "seconds to wait for a server that is busy")
-            ->check(CLI::PositiveNumber)
+            ->add_option("--keep-mb", render.keptMegabytes,
+                         "megabytes of images to keep beside the result")
+            ->check(size())
+            ->capture_default_str();
+        addRenderTimes(*command);
+        command->add_flag("--json", render.json, "print one JSON object per event");
+    }
+
+    void addRenderNodes(CLI::App& command) {
+        auto* server = command.add_option(
+            "--server", render.server,
+            "one node, by name or address (default: the first that answers discovery)");
+        auto* nodes = command.add_option("--nodes", render.nodes,
+                                         "many nodes: all, or names with commas between them");
+        nodes->excludes(server);
+        addAddresses(command, render.addresses)->needs(nodes);
+    }
+
+    void addRenderGoals(CLI::App& command) {
+        command
+            .add_option("--images", render.images, "end after that many images in all (default: 1)")
+            ->check(wholeNumber());
+        command.add_option("--seconds", render.seconds, "end after that time")->check(duration());
+        command
+            .add_option("--noise", render.noise,
+                        "end when the mean's relative standard error is below this")
+            ->check(part());
+    }
+
+    void addRenderTimes(CLI::App& command) {
+        command
+            .add_option("--patience", render.patience,
+                        "seconds to wait for a server that is busy (default: 10); with --nodes, "
+                        "while none of them takes part (default: 60)")
+            ->check(duration());
+        command
+            .add_option("--silence", render.silence,
+                        "seconds without an image after which a node is left out (default: ten "
+                        "times the longest image, at least 300)")
+            ->check(duration());
+        command
+            .add_option("--last-images", render.lastImages, "seconds that a node may take to end")
+            ->check(duration())
             ->capture_default_str();
     }
 
@@ -100,7 +173,7 @@ class CommandLine {
         command->add_option("--host-version", check.hostVersion,
                             std::string(yearHelp) + " that the node must have");
         command->add_option("--job-seconds", check.jobSeconds, "how long the job may take")
-            ->check(CLI::PositiveNumber)
+            ->check(duration())
             ->capture_default_str();
         command->add_flag("--json", check.json, "print one JSON object at the end instead");
     }
@@ -108,11 +181,7 @@ class CommandLine {
     void addWatch() {
         auto* command = add("watch", "Show the nodes that answer, until Ctrl-C",
                             succeeding(watchServers, watch));
-        command
-            ->add_option("--address", watch.address,
-                         "ask one host, or another network's "
-                         "broadcast address")
-            ->default_val(broadcastAddress);
+        addAddresses(*command, watch.addresses);
         command->add_flag("--once", watch.once, "print the table once");
     }
 

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "ExitStatus.h"
 
@@ -10,22 +11,30 @@
 namespace Orvane {
 
 struct DiscoverOptions {
-    int hostVersion = 0;
-    std::string address;
+    std::optional<int> hostVersion;      ///< all
+    std::vector<std::string> addresses;  ///< all networks
     double seconds = 2;
 };
 void discoverServers(const DiscoverOptions& options);
 
 struct RenderOptions {
     std::string scene;
-    std::string server;  ///< empty: the first that answers discovery
+    std::string server;                  ///< with no nodes either: the first that answers discovery
+    std::string nodes;                   ///< "all", or names with commas between them
+    std::vector<std::string> addresses;  ///< where to look for all nodes; empty: on all networks
     int hostVersion = 0;
     std::string frame = "0";
+    std::string frames;  ///< of an animation
     std::string camera;
     std::optional<int> images;
     std::optional<double> seconds;
+    std::optional<double> noise;
     std::string output = "dr-images";
-    double patience = 10;
+    double keptMegabytes = 10'000;
+    std::optional<double> patience;
+    std::optional<double> silence;
+    double lastImages = 60;
+    bool json = false;
 };
 void renderScene(const RenderOptions& options);
 
@@ -39,7 +48,7 @@ struct CheckOptions {
 ExitStatus checkServer(const CheckOptions& options);
 
 struct WatchOptions {
-    std::string address;
+    std::vector<std::string> addresses;  ///< all networks
     bool once = false;
 };
 void watchServers(const WatchOptions& options);

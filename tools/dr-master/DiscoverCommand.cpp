@@ -1,21 +1,27 @@
 #include <cstdio>
 
 #include "Commands.h"
-#include "Discovery.h"
+#include "DiscoveryTargets.h"
+#include "NodeTable.h"
 
 namespace Orvane {
 
 void discoverServers(const DiscoverOptions& options) {
-    const std::chrono::milliseconds window(static_cast<int>(options.seconds * 1000));
-    Discovery search(options.address, options.hostVersion);
-    int found = 0;
-    for (; const auto answer = search.next(window); ++found) {
-        std::printf("%-15s  %4lld ms\n", toAnsi(answer->address).c_str(),
-                    static_cast<long long>(answer->delay.count()));
-        std::fflush(stdout);
-    }
-    if (found == 0)
-        throw nobodyAnswers(options.address, options.hostVersion);
+    constexpr double millisecondsPerSecond = 1000;
+    const std::chrono::milliseconds window(
+        static_cast<long long>(options.seconds * millisecondsPerSecond));
+    Discovery search(discoveryTargets(options.addresses),
+                     options.hostVersion ? std::vector{*options.hostVersion} : allReleases());
+    search.listen(window);
+    if (search.nodes().empty())
+        throw nobodyAnswers(options.addresses, options.hostVersion);
+    std::vector<std::string> addresses;
+    for (const auto& [address, hosts] : search.nodes())
+        addresses.push_back(address);
+    auto free = findFree(addresses);
+    std::printf("%s\n", nodeTableHead().c_str());
+    for (const auto& [address, hosts] : search.nodes())
+        std::printf("%s\n", nodeTableLine(address, hosts, free[address] ? "free" : "busy").c_str());
 }
 
 }  // namespace Orvane

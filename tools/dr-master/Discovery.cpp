@@ -1,8 +1,11 @@
 #include "Discovery.h"
 
+#include <algorithm>
 #include <array>
 #include <thread>
 
+#include "DiscoveryTargets.h"
+#include "NetworkCards.h"
 #include "OrvaneCore/HostReleases.h"
 #include "protocol/Framing.h"
 #include "protocol/Messages.h"
@@ -10,65 +13,101 @@
 
 namespace Orvane {
 
-using std::chrono::milliseconds;
+namespace {
 
-Discovery::Discovery(const String& target, int hostVersion)
-    : socket(0), sent(std::chrono::steady_clock::now()) {
-    if (!socket.isOk())
-        throw Failure(ExitStatus::Unexpected, "No UDP socket can be made");
-    const String ping = DiscoveryRequest{hostVersion}.text();
-    const std::string bytes = wireBytes(ping);
-    if (!socket.sendTo(target, discoveryPort, bytes.data(), bytes.size()))
-        throw Failure(ExitStatus::Unreachable, "The name '" + toAnsi(target) + "' is not known",
-                      "Check the spelling, or give the address in digits.");
+std::set<std::string> addressesOfThisMachine() {
+    std::set<std::string> addresses;
+    for (const NetworkCard& card : networkCards())
+        addresses.insert(card.address);
+    return addresses;
 }
 
-milliseconds Discovery::elapsed() const {
+}  // namespace
+
+std::vector<int> allReleases() {
+    std::vector<int> releases;
+    for (int year = firstHostYear; year <= lastHostYear; ++year)
+        releases.push_back(year);
+    return releases;
+}
+
+Discovery::Discovery(std::vector<std::string> targets, const std::vector<int>& releases)
+    : asked(std::move(targets)), ownAddresses(addressesOfThisMachine()) {
+    for (const int release : releases) {
+        channels.push_back({release, wireBytes(DiscoveryRequest{release}.text()),
+                            std::make_unique<DatagramSocket>(static_cast<unsigned short>(0))});
+        if (!channels.back().socket->isOk())
+            throw Failure(ExitStatus::Unexpected, "No UDP socket can be made");
+    }
+    ask();
+}
+
+void Discovery::ask() {
+    // So many at a time that the answers find room in the sockets until they are taken.
+    constexpr int batch = 100;
+    sent = allSent = std::chrono::steady_clock::now();
+    int inBatch = 0;
+    for (const std::string& target : asked) {
+        for (Channel& channel : channels)
+            // A network that cannot be reached now has no nodes.
+            (void)channel.socket->sendTo(target, discoveryPort, channel.ping.data(),
+                                         channel.ping.size());
+        if (++inBatch % batch == 0)
+            listen(elapsed() + milliseconds(10));
+    }
+    allSent = std::chrono::steady_clock::now();
+}
+
+Discovery::milliseconds Discovery::elapsed() const {
     return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - sent);
 }
 
 bool Discovery::receive() {
+    bool any = false;
+    for (Channel& channel : channels)
+        any = receive(channel) || any;
+    return any;
+}
+
+bool Discovery::receive(Channel& channel) {
     std::array<char, 256> text{};
-    return socket.receive(text.data(), text.size() - 1) == DatagramSocket::Arrival::Datagram &&
-           DiscoveryReply::read(text.data());
+    const auto arrival = channel.socket->receive(text.data(), text.size() - 1);
+    if (arrival == DatagramSocket::Arrival::Datagram && DiscoveryReply::read(text.data()))
+        note(toAnsi(channel.socket->senderAddress()), channel.release);
+    return arrival != DatagramSocket::Arrival::Nothing;
 }
 
-std::optional<Discovery::Answer> Discovery::next(milliseconds window) {
-    for (;;) {
-        if (receive()) {
-            const String address = socket.senderAddress();
-            if (known.insert(toAnsi(address)).second)
-                return Answer{address, elapsed()};
-        } else if (elapsed() >= window) {
-            return std::nullopt;
-        } else {
-            std::this_thread::sleep_for(milliseconds(1));
-        }
+void Discovery::note(const std::string& address, int release) {
+    const auto isOwn = [this](const auto& node) { return ownAddresses.contains(node.first); };
+    const auto known = ownAddresses.contains(address)
+                           ? std::find_if(found.begin(), found.end(), isOwn)
+                           : found.find(address);
+    HostVersions& releases = known == found.end() ? found[address] : known->second;
+    // Each answers four times; the first says how quick it is.
+    releases.try_emplace(release, elapsed());
+}
+
+void Discovery::listen(milliseconds window, const std::function<bool()>& isEnough) {
+    while (!isEnough()) {
+        if (receive())
+            continue;
+        if (std::chrono::steady_clock::now() - allSent >= window)
+            return;
+        std::this_thread::sleep_for(milliseconds(1));
     }
 }
 
-Failure nobodyAnswers(const String& target, std::optional<int> hostVersion) {
-    const std::string address = toAnsi(target);
-    const bool everybody = address == broadcastAddress;
+Failure nobodyAnswers(const std::vector<std::string>& given, std::optional<int> hostVersion) {
+    std::string where = "on this machine's networks";
+    if (!given.empty())
+        where = "at " + printable(given.front()) + (given.size() > 1 ? " and the others" : "");
     const std::string version = hostVersion ? " for 3ds Max " + std::to_string(*hostVersion) : "";
-    return {
-        ExitStatus::NobodyAnswers,
-        "No DR server " + (everybody ? "on this network" : "at " + address) + " answers" + version,
-        "Is it running, with such a host configured, and does the firewall let UDP port " +
-            std::to_string(discoveryPort) + " through?" +
-            (everybody ? " A broadcast does not leave this network: --address asks one host."
-                       : "")};
-}
-
-std::map<std::string, HostVersions> surveyHostVersions(const String& target,
-                                                       milliseconds windowEach) {
-    std::map<std::string, HostVersions> nodes;
-    for (int version = firstHostYear; version <= lastHostYear; ++version) {
-        Discovery search(target, version);
-        while (const auto answer = search.next(windowEach))
-            nodes[toAnsi(answer->address)][version] = answer->delay;
-    }
-    return nodes;
+    return {ExitStatus::NobodyAnswers, "No DR server " + where + " answers" + version,
+            "Is it running, with such a host configured, and does the firewall let UDP port " +
+                std::to_string(discoveryPort) + " through?" +
+                (given.empty() ? " A broadcast does not leave its network: --address asks hosts "
+                                 "and networks beyond it."
+                               : "")};
 }
 
 }  // namespace Orvane

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "ExitStatus.h"
 #include "OrvaneCore/String.h"
@@ -12,39 +15,52 @@
 
 namespace Orvane {
 
-constexpr const char* broadcastAddress = "255.255.255.255";
+/// All host releases that discovery knows.
+std::vector<int> allReleases();
 
-/// One discovery ping and those who answer it.
+/// A node as several pings show it: how long it took to answer for each host release it has.
+using HostVersions = std::map<int, std::chrono::milliseconds>;
+
+/// Asks many addresses for several releases at once, and gathers who answers. Used by one thread.
 class Discovery {
   public:
-    struct Answer {
-        String address;
-        std::chrono::milliseconds delay;  ///< since the ping
-    };
+    using milliseconds = std::chrono::milliseconds;
 
-    /// Sends the ping to a host, or to a broadcast address. Throws Failure.
-    Discovery(const String& target, int hostVersion);
+    /// `targets` are dotted addresses, broadcast ones among them. Throws Failure.
+    Discovery(std::vector<std::string> targets, const std::vector<int>& releases);
 
-    /// The next server, each one once although it answers four times; nothing when `window`,
-    /// counted from the ping, is over.
-    std::optional<Answer> next(std::chrono::milliseconds window);
+    /// Sends the pings; answers to earlier ones still count.
+    void ask();
+    /// Gathers answers until `window`, counted from the last ask(), is over, or `isEnough`.
+    void listen(
+        milliseconds window, const std::function<bool()>& isEnough = [] { return false; });
+
+    /// Who has answered by now, by address. This machine is one node, whatever addresses it has.
+    const std::map<std::string, HostVersions>& nodes() const { return found; }
 
   private:
-    std::chrono::milliseconds elapsed() const;
-    bool receive();
+    /// A reply does not say which release it is for, so each has a socket of its own.
+    struct Channel {
+        int release = 0;
+        std::string ping;
+        std::unique_ptr<DatagramSocket> socket;
+    };
 
-    DatagramSocket socket;
-    std::chrono::steady_clock::time_point sent;
-    std::set<std::string> known;
+    milliseconds elapsed() const;
+    bool receive();
+    bool receive(Channel& channel);
+    void note(const std::string& address, int release);
+
+    const std::vector<std::string> asked;
+    const std::set<std::string> ownAddresses;
+    std::vector<Channel> channels;
+    std::chrono::steady_clock::time_point sent;     // the first ping of the last ask()
+    std::chrono::steady_clock::time_point allSent;  // its last ping
+    std::map<std::string, HostVersions> found;
 };
 
-/// For a search that found nobody.
-Failure nobodyAnswers(const String& target, std::optional<int> hostVersion = std::nullopt);
-
-/// A server as several pings show it: how long it took to answer for each host version it has.
-using HostVersions = std::map<int, std::chrono::milliseconds>;
-/// By address. One ping after the other, since a reply does not say which version it is for.
-std::map<std::string, HostVersions> surveyHostVersions(const String& target,
-                                                       std::chrono::milliseconds windowEach);
+/// For a search that found nobody; `given` as on the command line.
+Failure nobodyAnswers(const std::vector<std::string>& given,
+                      std::optional<int> hostVersion = std::nullopt);
 
 }  // namespace Orvane

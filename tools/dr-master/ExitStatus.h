@@ -19,12 +19,19 @@ enum class ExitStatus : int {
     UnwritableFolder = 9,  // also a disk that is full
     NoImages = 10,         // the job ended in order, but without any image
     UnreadableScene = 11,
-    NoFirstImage = 12,  // check: the job brought no image in time
+    NoFirstImage = 12,  // the job brought no image in time
+    Interrupted = 13,   // by Ctrl-C; what came until then is kept
+    FolderInUse = 14,   // another render writes into the output folder
+    NoNodeLeft = 15,    // no node of several took part for as long as was to be waited
+    FramesFailed = 16,  // some frames of an animation
     Unexpected = 20
 };
 
 /// The list of them that --help shows.
 extern const char* const exitStatusHelp;
+
+/// Text of others, a peer or a file, in which nothing can steer a terminal.
+std::string printable(std::string text);
 
 /// Ends a command: what is wrong, what to do about it (possibly nothing), and the status.
 class Failure : public std::runtime_error {

@@ -18,78 +18,94 @@ namespace {
 /// channels pass.
 constexpr std::int64_t mostSamples = std::int64_t{1} << 29;
 constexpr int largestSide = 1 << 16;
-
-/// The format wants a data window that each channel's sampling divides.
-std::size_t columnsOf(const Image& image, const Image::Channel& channel) {
-    return static_cast<std::size_t>(image.width() / channel.xSampling);
-}
-
-std::size_t sampleCount(const Image& image, const Image::Channel& channel) {
-    return columnsOf(image, channel) * static_cast<std::size_t>(image.height() / channel.ySampling);
-}
+/// Beauty and many light and utility passes; the bookkeeping for each of millions would take all
+/// memory too.
+constexpr std::size_t mostChannels = 1024;
 
 /// What the library needs to know to move one channel.
-Imf::Slice sliceOf(const float* samples, const Image& image, const Image::Channel& channel) {
-    return Imf::Slice::Make(Imf::FLOAT, samples, image.dataWindow, sizeof(float),
-                            columnsOf(image, channel) * sizeof(float), channel.xSampling,
+template <typename Sample>
+Imf::Slice sliceOf(Imf::PixelType type, const Sample* samples, const ImageLayout& layout,
+                   const ImageLayout::Channel& channel) {
+    return Imf::Slice::Make(type, samples, layout.dataWindow, sizeof(Sample),
+                            layout.columns(channel) * sizeof(Sample), channel.xSampling,
                             channel.ySampling);
 }
 
-Image layoutOf(const Imf::Header& header) {
-    Image image;
-    image.displayWindow = header.displayWindow();
-    image.dataWindow = header.dataWindow();
-    image.pixelAspectRatio = header.pixelAspectRatio();
+ImageLayout layoutOf(const Imf::Header& header) {
+    ImageLayout layout;
+    layout.displayWindow = header.displayWindow();
+    layout.dataWindow = header.dataWindow();
+    layout.pixelAspectRatio = header.pixelAspectRatio();
     std::int64_t samples = 0;
     for (auto it = header.channels().begin(); it != header.channels().end(); ++it) {
-        Image::Channel channel{it.channel().xSampling, it.channel().ySampling, {}};
-        samples += static_cast<std::int64_t>(sampleCount(image, channel));
-        image.channels.emplace(it.name(), std::move(channel));
+        layout.channels.push_back({it.name(), it.channel().xSampling, it.channel().ySampling});
+        samples += static_cast<std::int64_t>(layout.samples(layout.channels.back()));
+        if (samples > mostSamples || layout.channels.size() > mostChannels)
+            throw std::runtime_error("its header asks for too many pixels");
     }
-    if (samples > mostSamples)
-        throw std::runtime_error("its header asks for too many pixels");
-    return image;
+    if (samples == 0)
+        throw std::runtime_error("it has no pixels");
+    return layout;
 }
 
-Image readPixels(std::ifstream& stream, const std::string& name) {
-    Imf::StdIFStream source(stream, name.c_str());
+void addPlane(ReceivedImage::Plane& plane, bool half, const ImageLayout& layout,
+              const ImageLayout::Channel& channel, Imf::FrameBuffer& buffer) {
+    plane.halves.resize(half ? layout.samples(channel) : 0);
+    plane.floats.resize(half ? 0 : layout.samples(channel));
+    buffer.insert(channel.name, half ? sliceOf(Imf::HALF, plane.halves.data(), layout, channel)
+                                     : sliceOf(Imf::FLOAT, plane.floats.data(), layout, channel));
+}
+
+void readPixels(std::ifstream& stream, const std::optional<ImageLayout>& expected,
+                ReceivedImage& image) {
+    // What the file is called as yet would mean nothing in a message.
+    Imf::StdIFStream source(stream, "received");
     Imf::InputFile file(source);
-    Image image = layoutOf(file.header());
+    image.layout = layoutOf(file.header());
+    if (expected && !image.layout.matches(*expected))
+        throw std::runtime_error("its size or channels are not those of the images before");
+    const ImageLayout& layout = image.layout;
+    image.planes.resize(layout.channels.size());
     Imf::FrameBuffer buffer;
-    for (auto& [channelName, channel] : image.channels) {
-        channel.samples.resize(sampleCount(image, channel));
-        buffer.insert(channelName, sliceOf(channel.samples.data(), image, channel));
+    for (std::size_t i = 0; i < image.planes.size(); ++i) {
+        const auto& channel = layout.channels[i];
+        const bool half = file.header().channels()[channel.name.c_str()].type == Imf::HALF;
+        addPlane(image.planes[i], half, layout, channel, buffer);
     }
     file.setFrameBuffer(buffer);
-    file.readPixels(image.dataWindow.min.y, image.dataWindow.max.y);
-    return image;
+    file.readPixels(layout.dataWindow.min.y, layout.dataWindow.max.y);
 }
 
-Imf::Header headerOf(const Image& image) {
-    Imf::Header header(image.displayWindow, image.dataWindow, image.pixelAspectRatio);
-    for (const auto& [name, channel] : image.channels)
-        header.channels().insert(name,
+Imf::Header headerOf(const ImageLayout& layout) {
+    Imf::Header header(layout.displayWindow, layout.dataWindow, layout.pixelAspectRatio);
+    for (const auto& channel : layout.channels)
+        header.channels().insert(channel.name,
                                  Imf::Channel(Imf::FLOAT, channel.xSampling, channel.ySampling));
     return header;
 }
 
 void writePixels(const Image& image, std::ofstream& stream, const std::string& name) {
     Imf::StdOFStream target(stream, name.c_str());
-    Imf::OutputFile file(target, headerOf(image));
+    Imf::OutputFile file(target, headerOf(image.layout));
     Imf::FrameBuffer buffer;
-    for (const auto& [channelName, channel] : image.channels)
-        buffer.insert(channelName, sliceOf(channel.samples.data(), image, channel));
+    for (std::size_t i = 0; i < image.planes.size(); ++i) {
+        const auto& channel = image.layout.channels[i];
+        buffer.insert(channel.name,
+                      sliceOf(Imf::FLOAT, image.planes[i].data(), image.layout, channel));
+    }
     file.setFrameBuffer(buffer);
-    file.writePixels(image.height());
+    file.writePixels(image.layout.height());
 }
 
 }  // namespace
 
-Image readImage(const std::filesystem::path& path) {
-    Imf::Header::setMaxImageSize(largestSide, largestSide);
+void readImage(const std::filesystem::path& path, const std::optional<ImageLayout>& expected,
+               ReceivedImage& image) {
+    static const bool isLimited = (Imf::Header::setMaxImageSize(largestSide, largestSide), true);
+    static_cast<void>(isLimited);
     try {
         std::ifstream stream(path, std::ios::binary);
-        return readPixels(stream, path.filename().string());
+        readPixels(stream, expected, image);
     } catch (const std::exception& error) {
         throw Failure(ExitStatus::DamagedImage, error.what());
     }

@@ -23,24 +23,13 @@ png_uint_16 linear16(float value) {
 
 using Planes = std::vector<const std::vector<float>*>;
 
-/// Of full resolution only; null when there is no such channel.
-const std::vector<float>* fullPlane(const Image& image, const std::string& name) {
-    const auto found = image.channels.find(name);
-    const bool full = found != image.channels.end() && found->second.xSampling == 1 &&
-                      found->second.ySampling == 1;
-    return full ? &found->second.samples : nullptr;
-}
-
 Planes planesToShow(const Image& image) {
-    Planes colour = {fullPlane(image, "R"), fullPlane(image, "G"), fullPlane(image, "B")};
-    if (std::find(colour.begin(), colour.end(), nullptr) == colour.end())
-        return colour;
-    if (const auto* luminance = fullPlane(image, "Y"))
-        return {luminance};
-    for (const auto& [name, channel] : image.channels)
-        if (const auto* plane = fullPlane(image, name))
-            return {plane};
-    throw Failure(ExitStatus::DamagedImage, "The images have no channel that can be shown");
+    Planes planes;
+    for (const std::size_t channel : channelsToShow(image.layout))
+        planes.push_back(&image.planes[channel]);
+    if (planes.empty())
+        throw Failure(ExitStatus::DamagedImage, "The images have no channel that can be shown");
+    return planes;
 }
 
 std::vector<png_uint_16> interleave(const Planes& planes, std::size_t pixels) {
@@ -61,14 +50,38 @@ Failure unwritable(const String& path) {
     return {ExitStatus::UnwritableFolder, "'" + name + "' cannot be written"};
 }
 
+/// Of full resolution only; nothing when there is no such channel.
+std::optional<std::size_t> fullChannel(const ImageLayout& layout, const std::string& name) {
+    for (std::size_t i = 0; i < layout.channels.size(); ++i) {
+        const auto& channel = layout.channels[i];
+        if (channel.name == name && channel.xSampling == 1 && channel.ySampling == 1)
+            return i;
+    }
+    return std::nullopt;
+}
+
 }  // namespace
+
+std::vector<std::size_t> channelsToShow(const ImageLayout& layout) {
+    const auto red = fullChannel(layout, "R");
+    const auto green = fullChannel(layout, "G");
+    const auto blue = fullChannel(layout, "B");
+    if (red && green && blue)
+        return {*red, *green, *blue};
+    if (const auto luminance = fullChannel(layout, "Y"))
+        return {*luminance};
+    for (const auto& channel : layout.channels)
+        if (const auto first = fullChannel(layout, channel.name))
+            return {*first};
+    return {};
+}
 
 void writePicture(const Image& image, const String& path) {
     const Planes planes = planesToShow(image);
     png_image picture{};
     picture.version = PNG_IMAGE_VERSION;
-    picture.width = static_cast<png_uint_32>(image.width());
-    picture.height = static_cast<png_uint_32>(image.height());
+    picture.width = static_cast<png_uint_32>(image.layout.width());
+    picture.height = static_cast<png_uint_32>(image.layout.height());
     // From this format the library itself goes to 8 bits in sRGB.
     picture.format = planes.size() == 3 ? PNG_FORMAT_LINEAR_RGB : PNG_FORMAT_LINEAR_Y;
     const auto samples = interleave(planes, std::size_t{picture.width} * picture.height);

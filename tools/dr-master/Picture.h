@@ -5,9 +5,12 @@
 
 namespace Orvane {
 
-/// Writes what a person can look at: a PNG file, 8 bits, sRGB. Colour from R, G and B, otherwise
-/// grey from Y or the first full channel; an alpha channel is left out, values outside 0 to 1 are
-/// cut. Throws Failure.
+/// The channels, as indices, that make up what a person sees: R, G and B, otherwise Y or the first
+/// one; of full resolution only. Empty when there is none.
+std::vector<std::size_t> channelsToShow(const ImageLayout& layout);
+
+/// Writes what a person can look at: a PNG file, 8 bits, sRGB, in colour or, with one
+/// channel to show, grey. Values outside 0 to 1 are cut. Throws Failure.
 void writePicture(const Image& image, const String& path);
 
 }  // namespace Orvane

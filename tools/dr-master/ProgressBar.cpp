@@ -25,14 +25,13 @@ ProgressBar::ProgressBar(std::string transferLabel)
       onTerminal(Terminal::isPresent()),
       nextDrawing(start + drawingInterval) {}
 
-void ProgressBar::onProgress(void* bar, std::int64_t moved, std::int64_t size) {
-    auto& self = *static_cast<ProgressBar*>(bar);
-    self.moved = moved;
-    self.size = size;
+void ProgressBar::show(std::int64_t bytesMoved, std::int64_t bytesInAll) {
+    moved = bytesMoved;
+    size = bytesInAll;
     const auto now = std::chrono::steady_clock::now();
-    if (self.onTerminal && now >= self.nextDrawing) {
-        self.nextDrawing = now + drawingInterval;
-        self.draw();
+    if (onTerminal && now >= nextDrawing) {
+        nextDrawing = now + drawingInterval;
+        draw();
     }
 }
 
@@ -64,13 +63,6 @@ void ProgressBar::clear() {
     if (drawn)
         std::fputs(Terminal::clearLine, stdout);
     drawn = false;
-}
-
-void ProgressBar::finish() {
-    clear();
-    std::printf("%s: %s in %.2f s, %s\n", label.c_str(), sizeText(moved).c_str(), seconds(),
-                rate().c_str());
-    std::fflush(stdout);
 }
 
 }  // namespace Orvane

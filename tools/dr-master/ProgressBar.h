@@ -6,23 +6,16 @@
 
 namespace Orvane {
 
-/// One file on its way: a bar that is redrawn in place on a terminal and nothing elsewhere, and a
-/// line that sums up at the end.
+/// One file on its way: a bar that is redrawn in place on a terminal and nothing elsewhere.
 class ProgressBar {
   public:
     explicit ProgressBar(std::string transferLabel);
 
-    /// The callback of sendFile and receiveFile, with the bar as argument.
-    static void onProgress(void* bar, std::int64_t moved, std::int64_t size);
+    /// Redraws the bar, if it is time to.
+    void show(std::int64_t bytesMoved, std::int64_t bytesInAll);
 
     /// Takes the bar away.
     void clear();
-    /// Takes the bar away and prints label, size, time and rate.
-    void finish();
-
-    std::int64_t bytesMoved() const { return moved; }
-    /// -1 before the first chunk.
-    std::int64_t bytesAnnounced() const { return size; }
 
   private:
     double seconds() const;
@@ -33,7 +26,7 @@ class ProgressBar {
     bool onTerminal;
     bool drawn = false;
     std::int64_t moved = 0;
-    std::int64_t size = -1;
+    std::int64_t size = 0;
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
     std::chrono::steady_clock::time_point nextDrawing;
 };

@@ -1,76 +1,78 @@
-#include <cstdio>
+#include <algorithm>
+#include <sstream>
 
 #include "Commands.h"
 #include "Discovery.h"
-#include "ImageCollection.h"
-#include "JobGoal.h"
-#include "JobSession.h"
+#include "DiscoveryTargets.h"
 #include "NativePath.h"
-#include "OrvaneCore/Exception.h"
-#include "OrvaneCore/HostReleases.h"
 #include "SceneFile.h"
+#include "farm/Render.h"
 
 namespace Orvane {
 
 namespace {
 
-std::chrono::milliseconds milliseconds(double seconds) {
-    return std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
+std::optional<std::chrono::milliseconds> milliseconds(std::optional<double> seconds) {
+    if (!seconds)
+        return std::nullopt;
+    // Not less than what can be counted.
+    return std::chrono::milliseconds(std::max(static_cast<long long>(*seconds * 1000), 1LL));
 }
 
-String serverOf(const RenderOptions& options) {
-    if (!options.server.empty())
-        return options.server;
-    constexpr std::chrono::seconds window{3};
-    Discovery search(broadcastAddress, options.hostVersion);
-    if (const auto answer = search.next(window))
-        return answer->address;
-    throw nobodyAnswers(broadcastAddress, options.hostVersion);
-}
-
-JobGoal goalOf(const RenderOptions& options) {
-    JobGoal goal;
-    goal.images = options.images;
-    if (options.seconds)
-        goal.time = milliseconds(*options.seconds);
-    if (!goal.images && !goal.time)
+FrameGoal goalOf(const RenderOptions& options) {
+    FrameGoal goal{options.images, milliseconds(options.seconds), options.noise};
+    if (!goal.images && !goal.time && !goal.noise)
         goal.images = 1;
     return goal;
 }
 
-/// The images that came are worth a result even when the job then failed.
-void collect(JobSession& session, const JobGoal& goal, ImageCollection& images) {
-    std::optional<Failure> failed;
-    try {
-        collectImages(session, goal, [&] { images.take(session); });
-    } catch (const Failure& failure) {
-        failed = failure;
-    }
-    if (images.hasImages())
-        images.writeResults();
-    if (failed)
-        throw Failure(*failed);
-    if (images.hasDamage())
-        throw Failure(
-            ExitStatus::DamagedImage, "Not all images are whole",
-            "The result is the mean of the others. See the disk and network of the node.");
+std::string firstServer(int hostVersion) {
+    constexpr std::chrono::seconds window{3};
+    Discovery search(allNetworks(), {hostVersion});
+    search.listen(window, [&search] { return !search.nodes().empty(); });
+    if (search.nodes().empty())
+        throw nobodyAnswers({}, hostVersion);
+    return search.nodes().begin()->first;
+}
+
+std::vector<std::string> partsOf(const std::string& list) {
+    std::vector<std::string> parts;
+    std::istringstream stream(list);
+    for (std::string part; std::getline(stream, part, ',');)
+        if (!part.empty())
+            parts.push_back(part);
+    return parts;
+}
+
+void chooseNodes(const RenderOptions& options, RenderOrder& order) {
+    order.searched = options.addresses;
+    if (options.nodes.empty())
+        order.server = options.server.empty() ? firstServer(options.hostVersion) : options.server;
+    else if (options.nodes == "all")
+        order.findsNodes = true;
+    else
+        order.nodes = partsOf(options.nodes);
 }
 
 }  // namespace
 
 void renderScene(const RenderOptions& options) {
-    const auto scene = openScene(options.scene);
-    ImageCollection images(nativePath(options.output));
-    const String server = serverOf(options);
-    std::printf("Connecting to %s\n", toAnsi(server).c_str());
-    std::fflush(stdout);
-    JobSession session(connectToServer(server),
-                       {sceneReleaseText(options.hostVersion), options.camera, options.frame},
-                       milliseconds(options.patience));
-    ProgressBar progress("Scene");
-    session.sendScene(*scene, progress);
-    progress.finish();
-    collect(session, goalOf(options), images);
+    openScene(options.scene);
+    RenderOrder order;
+    order.scenePath = options.scene;
+    order.hostVersion = options.hostVersion;
+    order.camera = options.camera;
+    order.frame = options.frame;
+    order.goal = goalOf(options);
+    order.folder = nativePath(options.output);
+    constexpr double bytesPerMegabyte = 1e6;
+    order.mostKeptBytes = static_cast<std::uint64_t>(options.keptMegabytes * bytesPerMegabyte);
+    order.patience = milliseconds(options.patience);
+    order.longestSilence = milliseconds(options.silence);
+    order.lastImages = *milliseconds(options.lastImages);
+    order.json = options.json;
+    chooseNodes(options, order);
+    render(order);
 }
 
 }  // namespace Orvane

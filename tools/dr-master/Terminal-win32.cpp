@@ -17,4 +17,12 @@ void prepare() {
         SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
 }
 
+std::pair<int, int> size() {
+    CONSOLE_SCREEN_BUFFER_INFO screen{};
+    if (GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &screen) == 0)
+        return usualSize;
+    const SMALL_RECT& window = screen.srWindow;
+    return {window.Right - window.Left + 1, window.Bottom - window.Top + 1};
+}
+
 }  // namespace Orvane::Terminal

@@ -1,7 +1,8 @@
 #include <cstdio>
 
 #include "Commands.h"
-#include "Discovery.h"
+#include "DiscoveryTargets.h"
+#include "NodeTable.h"
 #include "Terminal.h"
 
 namespace Orvane {
@@ -9,63 +10,80 @@ namespace Orvane {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using std::chrono::seconds;
 
-/// A server looks for pings three times a second; six of these make a round of three seconds.
-constexpr std::chrono::milliseconds pingWindow{500};
+/// A flood of pings is not answered; a round of this length is none.
+constexpr std::chrono::milliseconds round{3000};
+/// Each question leaves some lines in a free server's log.
+constexpr seconds freeQuestionInterval{15};
 
 /// What is known of one server; it stays in the table when it falls silent.
 struct Node {
     HostVersions hosts;
     Clock::time_point lastAnswer;
+    bool isFree = false;
 };
-using Nodes = std::map<std::string, Node>;
 
-void note(Nodes& nodes, const std::map<std::string, HostVersions>& survey) {
-    for (const auto& [address, hosts] : survey)
-        nodes[address] = {hosts, Clock::now()};
-}
+class Watch {
+  public:
+    explicit Watch(const WatchOptions& options) : targets(discoveryTargets(options.addresses)) {}
 
-std::string versionsText(const HostVersions& hosts) {
-    std::string text;
-    for (const auto& [version, delay] : hosts)
-        text += std::to_string(version) + ' ';
-    return text;
-}
+    void look() {
+        Discovery search(targets, allReleases());
+        search.listen(round);
+        for (const auto& [address, hosts] : search.nodes()) {
+            nodes[address].hosts = hosts;
+            nodes[address].lastAnswer = Clock::now();
+        }
+        if (Clock::now() >= nextFreeQuestion)
+            askWhoIsFree();
+    }
 
-std::chrono::milliseconds quickest(const HostVersions& hosts) {
-    std::chrono::milliseconds best = std::chrono::milliseconds::max();
-    for (const auto& [version, delay] : hosts)
-        best = std::min(best, delay);
-    return best;
-}
+    bool hasNodes() const { return !nodes.empty(); }
 
-std::string ageText(const Node& node) {
-    const auto silence =
-        std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - node.lastAnswer);
-    constexpr std::chrono::seconds twoRounds{6};
-    const std::string seconds = std::to_string(silence.count());
-    return silence < twoRounds ? "answers" : "silent for " + seconds + " s";
-}
+    void print() const {
+        if (Terminal::isPresent())
+            std::fputs(Terminal::clearScreen, stdout);
+        std::printf("%s\n", nodeTableHead().c_str());
+        for (const auto& [address, node] : nodes)
+            std::printf("%s\n", nodeTableLine(address, node.hosts, stateText(node)).c_str());
+        std::fflush(stdout);
+    }
 
-void print(const Nodes& nodes) {
-    if (Terminal::isPresent())
-        std::fputs(Terminal::clearScreen, stdout);
-    std::printf("%-15s  %-29s  %7s  %s\n", "address", "3ds Max", "ms", "state");
-    for (const auto& [address, node] : nodes)
-        std::printf("%-15s  %-29s  %7lld  %s\n", address.c_str(), versionsText(node.hosts).c_str(),
-                    static_cast<long long>(quickest(node.hosts).count()), ageText(node).c_str());
-    std::fflush(stdout);
-}
+  private:
+    static bool isSilent(const Node& node) { return Clock::now() - node.lastAnswer >= 2 * round; }
+
+    static std::string stateText(const Node& node) {
+        const auto silence = std::chrono::duration_cast<seconds>(Clock::now() - node.lastAnswer);
+        if (isSilent(node))
+            return "silent for " + std::to_string(silence.count()) + " s";
+        return node.isFree ? "free" : "busy";
+    }
+
+    void askWhoIsFree() {
+        nextFreeQuestion = Clock::now() + freeQuestionInterval;
+        std::vector<std::string> addresses;
+        for (const auto& [address, node] : nodes)
+            if (!isSilent(node))
+                addresses.push_back(address);
+        for (const auto& [address, isFree] : findFree(addresses))
+            nodes[address].isFree = isFree;
+    }
+
+    const std::vector<std::string> targets;
+    std::map<std::string, Node> nodes;
+    Clock::time_point nextFreeQuestion = Clock::now();
+};
 
 }  // namespace
 
 void watchServers(const WatchOptions& options) {
-    Nodes nodes;
+    Watch watch(options);
     do {
-        note(nodes, surveyHostVersions(options.address, pingWindow));
-        if (options.once && nodes.empty())
-            throw nobodyAnswers(options.address);
-        print(nodes);
+        watch.look();
+        if (options.once && !watch.hasNodes())
+            throw nobodyAnswers(options.addresses);
+        watch.print();
     } while (!options.once);
 }
 

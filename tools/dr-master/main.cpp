@@ -2,6 +2,7 @@
 #include <exception>
 
 #include "CommandLine.h"
+#include "OrvaneCore/StandardStreams.h"
 #include "Terminal.h"
 
 using Orvane::ExitStatus;
@@ -29,5 +30,6 @@ ExitStatus run(int argc, const char* const* argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const Orvane::StandardStreams streams;
     return static_cast<int>(run(argc, argv));
 }

@@ -1,0 +1,12 @@
+#include "app/CommandLine.h"
+#include "app/Console.h"
+#include "app/desktop/DrApp.h"
+
+wxIMPLEMENT_APP_NO_MAIN(Orvane::DrApp);
+
+int WINAPI WinMain(HINSTANCE instance, HINSTANCE previous, char* /*commandLine*/, int show) {
+    using namespace Orvane;
+    if (const auto status = obeyCommandLine("dr-server", typedArguments(0, nullptr)))
+        return *status;
+    return wxEntry(instance, previous, nullptr, show);
+}

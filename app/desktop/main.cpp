@@ -1,3 +1,0 @@
-#include "app/desktop/DrApp.h"
-
-wxIMPLEMENT_APP(Orvane::DrApp);

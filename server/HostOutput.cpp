@@ -1,0 +1,60 @@
+#include "server/HostOutput.h"
+
+#include <cstdio>
+
+#include "OrvaneCore/FileSystem.h"
+#include "OrvaneCore/Str.h"
+#include "server/LaunchCommand.h"
+
+namespace Orvane {
+
+namespace {
+
+// What comes last tells most about an end.
+constexpr std::size_t mostKeptBytes = 1024 * 1024;
+
+bool canAppend(const String& path) {
+    std::FILE* const file = FileSystem::openFile(path, "ab", FileSystem::Sharing::All);
+    return file != nullptr && std::fclose(file) == 0;
+}
+
+}  // namespace
+
+String hostOutputPath(const String& dataFolder, DrLog& log) {
+    constexpr std::int32_t lastNumber = 9;
+    const String usual = dataFolder + "/MaxLog.txt";
+    if (canAppend(usual))
+        return usual;
+    for (std::int32_t number = 2; number <= lastNumber; ++number) {
+        const String other = dataFolder + "/MaxLog-" + Str::toWString(number) + ".txt";
+        if (!canAppend(other))
+            continue;
+        log.log(String("Cannot write ") + usual + "; 3ds max writes into " + other);
+        return other;
+    }
+    return usual;
+}
+
+void HostOutput::take(std::string_view bytes) {
+    kept += bytes;
+    if (kept.size() > 2 * mostKeptBytes)
+        kept.erase(0, kept.size() - mostKeptBytes);
+}
+
+void HostOutput::write() {
+    dropEcho();
+    if (kept.empty())
+        return;
+    std::FILE* const file = FileSystem::openFile(path, "ab", FileSystem::Sharing::All);
+    if (file == nullptr)
+        return;
+    std::fwrite(kept.data(), 1, kept.size(), file);
+    std::fclose(file);
+}
+
+void HostOutput::dropEcho() {
+    if (kept.starts_with(launchEcho))
+        kept.erase(0, kept.find('\n') + 1);
+}
+
+}  // namespace Orvane

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "farm/RunningMean.h"
+
+namespace Orvane {
+
+/// When a picture is good enough: whichever comes first.
+struct FrameGoal {
+    std::optional<int> images;
+    std::optional<std::chrono::milliseconds> time;
+    std::optional<double> noise;
+};
+
+/// One picture on its way: the mean of the images of one node or many. For any thread.
+class Frame {
+  public:
+    using Clock = std::chrono::steady_clock;
+
+    /// `frameText` is what nodes are told to render.
+    Frame(std::string frameText, const FrameGoal& frameGoal);
+
+    const std::string& text() const { return name; }
+    /// The goal's time runs from the first call.
+    void start();
+    /// Throws Failure (DamagedImage) for an image that does not match those before; answers how
+    /// many there are now.
+    int take(const ReceivedImage& image);
+    /// As of a recent image.
+    std::optional<double> noise() const;
+    bool isReached() const;
+    double seconds() const;
+
+    const RunningMean& result() const { return mean; }
+
+  private:
+    void estimateNoise();
+
+    const std::string name;
+    const FrameGoal goal;
+    RunningMean mean;
+    std::atomic<bool> hasReached = false;
+    mutable std::mutex mutex;  // guards all below
+    std::optional<Clock::time_point> started;
+    Clock::time_point nextEstimate;
+    std::optional<double> lastNoise;
+};
+
+}  // namespace Orvane
