@@ -177,8 +177,8 @@ void compare(std::int64_t megabytes, int rounds) {
         receiving.add(bytesPerSecond(bytes, fromMemory, ourReceive),
                       bytesPerSecond(bytes, fromMemory, bareReceive));
     }
-    printRow("Wine: sendFile alone", sending);
-    printRow("Wine: receiveFile alone", receiving);
+    printRow("sendFile alone", sending);
+    printRow("receiveFile alone", receiving);
 }
 
 }  // namespace
