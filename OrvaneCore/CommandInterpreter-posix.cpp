@@ -18,6 +18,9 @@
 
 namespace Orvane {
 
+// One argument of a program, its zero included, is 128 KiB at most.
+const std::size_t mostCommandCharacters = 128 * 1024 - 1;
+
 const std::u16string_view specialWithinQuotes = u"\"`$\\";
 
 String withinQuotes(const String& text) {

@@ -14,6 +14,10 @@
 
 namespace Orvane {
 
+// The interpreter's own limit is 8,191, the words around the line included; and where a path holds
+// a percent sign, the name of a variable stands for it.
+const std::size_t mostCommandCharacters = 8191 - 64;
+
 const std::u16string_view specialWithinQuotes = u"\"%";
 
 namespace {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -50,6 +51,9 @@ class Command {
     Output output;
     std::unique_ptr<Native> native;
 };
+
+/// The longest line that the interpreter takes, in bytes of the narrow text.
+extern const std::size_t mostCommandCharacters;
 
 /// The text as it is written within double quotes of a command line, so that the programs see it as
 /// it is. Only characters that the interpreter acts upon even there are changed.

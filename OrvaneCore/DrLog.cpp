@@ -20,13 +20,31 @@ std::u16string_view upToZero(std::u16string_view text) {
 }  // namespace
 
 void DrLog::log(const String& text) {
+    if (append(text))
+        wakeOwner();
+}
+
+/// True when nothing was pending before.
+bool DrLog::append(const String& text) {
     const std::lock_guard<std::mutex> hold(logLock);
     if (pendingText.length() >= mostPendingCharacters) {
         ++leftOut;
-        return;
+        return false;
     }
+    const bool first = pendingText.isEmpty();
     pendingText += getTimestamp(false);
     pendingText.append(u"   ").append(upToZero(text.view())).append(u"\n");
+    return first;
+}
+
+void DrLog::requestClose() {
+    closeRequested = true;
+    wakeOwner();
+}
+
+void DrLog::wakeOwner() const {
+    if (wakeHandler)
+        wakeHandler();
 }
 
 void DrLog::openFile(const String& path) {

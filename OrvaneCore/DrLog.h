@@ -49,9 +49,13 @@ class DrLog {
     void flush();
 
     /// Asks for the program to close at the next flush. Any thread.
-    void requestClose() { closeRequested = true; }
+    void requestClose();
     /// Closes the program at once, for failures that leave nothing to run. Owner's thread.
     void closeNow();
+
+    /// Called once there is something for flush() to do, by the thread that logged it. Set before
+    /// other threads log.
+    void setWakeHandler(std::function<void()> handler) { wakeHandler = std::move(handler); }
 
     /// Both are set by the owner before other threads log and are called on its thread, without any
     /// lock held. The view is not owned and may be null.
@@ -59,11 +63,14 @@ class DrLog {
     void setCloseHandler(std::function<void()> handler) { closeHandler = std::move(handler); }
 
   private:
+    bool append(const String& text);
+    void wakeOwner() const;
     void takeBatch();
     void moveLargeFile();
 
     LogView* view = nullptr;
     std::function<void()> closeHandler;
+    std::function<void()> wakeHandler;
     LogFile logFile;
     String filePath;
     std::uint64_t fileLimit = 0;

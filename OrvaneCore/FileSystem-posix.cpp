@@ -85,6 +85,42 @@ bool deleteFile(const String& path) {
     return unlink(toAnsi(path).c_str()) == 0;
 }
 
+namespace {
+
+Identity identityOf(const struct stat& found) {
+    constexpr std::int64_t nanoseconds = 1000000000;
+    return {found.st_dev, found.st_ino, found.st_mtim.tv_sec * nanoseconds + found.st_mtim.tv_nsec};
+}
+
+}  // namespace
+
+std::optional<Identity> identityOf(const String& path) {
+    const auto found = status(path);
+    return found ? std::optional(identityOf(*found)) : std::nullopt;
+}
+
+std::optional<Identity> identityOf(std::FILE* stream) {
+    struct stat found {};
+    return fstat(fileno(stream), &found) == 0 ? std::optional(identityOf(found)) : std::nullopt;
+}
+
+bool deleteFile(const String& path, const Identity& file) {
+    if (identityOf(path) != file)
+        return false;
+    // Under a name that nobody else uses it is looked at once more: another file may have been
+    // renamed over it since.
+    const String aside = path + ".sent";
+    if (!renameFile(path, aside))
+        return false;
+    if (identityOf(aside) == file)
+        return deleteFile(aside);
+    // It gets its name back, unless that belongs to a still newer one.
+    if (link(toAnsi(aside).c_str(), toAnsi(path).c_str()) != 0 && errno != EEXIST)
+        return !renameFile(aside, path);
+    deleteFile(aside);
+    return false;
+}
+
 bool copyFile(const String& from, const String& to) {
     std::error_code error;
     if (std::filesystem::copy_file(toAnsi(from), toAnsi(to),

@@ -93,6 +93,72 @@ bool deleteFile(const String& path) {
     return DeleteFileW(native(path)) != 0;
 }
 
+namespace {
+
+/// Opens with FILE_READ_ATTRIBUTES and more, whatever others do with the file. Null on failure.
+HANDLE openShared(const String& path, DWORD access, DWORD flags) {
+    const HANDLE file = CreateFileW(native(path), FILE_READ_ATTRIBUTES | access,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL | flags, nullptr);
+    return file == INVALID_HANDLE_VALUE ? nullptr : file;
+}
+
+std::optional<Identity> identityOf(HANDLE file) {
+    BY_HANDLE_FILE_INFORMATION found{};
+    if (GetFileInformationByHandle(file, &found) == 0)
+        return std::nullopt;
+    const auto joined = [](DWORD high, DWORD low) {
+        return std::uint64_t{high} << 32U | std::uint64_t{low};
+    };
+    return Identity{found.dwVolumeSerialNumber, joined(found.nFileIndexHigh, found.nFileIndexLow),
+                    static_cast<std::int64_t>(joined(found.ftLastWriteTime.dwHighDateTime,
+                                                     found.ftLastWriteTime.dwLowDateTime))};
+}
+
+bool isLink(HANDLE file) {
+    BY_HANDLE_FILE_INFORMATION found{};
+    return GetFileInformationByHandle(file, &found) != 0 &&
+           (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+/// The name goes at once where the system can do that, and else with the last handle.
+bool markForDeletion(HANDLE file) {
+    constexpr auto extendedClass = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21);
+    struct {
+        ULONG flags = 0x1 | 0x2;  // delete, and as POSIX does it
+    } extended;
+    FILE_DISPOSITION_INFO plain{TRUE};
+    return SetFileInformationByHandle(file, extendedClass, &extended, sizeof extended) != 0 ||
+           SetFileInformationByHandle(file, FileDispositionInfo, &plain, sizeof plain) != 0;
+}
+
+}  // namespace
+
+std::optional<Identity> identityOf(const String& path) {
+    const HANDLE file = openShared(path, 0, 0);
+    if (file == nullptr)
+        return std::nullopt;
+    const auto identity = identityOf(file);
+    CloseHandle(file);
+    return identity;
+}
+
+std::optional<Identity> identityOf(std::FILE* stream) {
+    return identityOf(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))));
+}
+
+bool deleteFile(const String& path, const Identity& file) {
+    if (identityOf(path) != file)
+        return false;
+    const HANDLE found = openShared(path, DELETE, FILE_FLAG_OPEN_REPARSE_POINT);
+    if (found == nullptr)
+        return false;
+    // By its handle, so that no other file can have the name by now.
+    const bool deleted = (isLink(found) || identityOf(found) == file) && markForDeletion(found);
+    CloseHandle(found);
+    return deleted;
+}
+
 bool copyFile(const String& from, const String& to) {
     return CopyFileW(native(from), native(to), FALSE) != 0;
 }

@@ -33,6 +33,21 @@ bool isRegularFile(const String& path);
 bool isFolder(const String& path);
 
 bool deleteFile(const String& path);
+
+/// Tells a file and its content from every other that has had its name, or has it now.
+struct Identity {
+    std::uint64_t volume = 0;
+    std::uint64_t number = 0;
+    std::int64_t written = 0;  ///< when, in the platform's units
+
+    friend bool operator==(const Identity&, const Identity&) = default;
+};
+/// Both answer nothing when it cannot be had.
+std::optional<Identity> identityOf(const String& path);
+std::optional<Identity> identityOf(std::FILE* stream);
+/// Deletes the name if it is this file's, and never another one's that gets it meanwhile.
+bool deleteFile(const String& path, const Identity& file);
+
 /// Replaces an existing target. A copy that fails leaves none.
 bool copyFile(const String& from, const String& to);
 /// Within one file system. Replaces an existing target; on Windows only while nobody has opened

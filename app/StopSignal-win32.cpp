@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <future>
 #include <memory>
 #include <thread>
@@ -12,6 +13,9 @@ namespace {
 
 HANDLE stopEvent = nullptr;
 HANDLE endEvent = nullptr;
+
+std::atomic<bool> woken = false;
+DWORD waitingThread = 0;
 
 /// For notices after which the system ends the process: they return when it has ended in order.
 void stopAndWaitForTheEnd() {
@@ -88,6 +92,10 @@ std::unique_ptr<HiddenWindow> hiddenWindow;
 }  // namespace
 
 StopSignal::StopSignal() {
+    waitingThread = GetCurrentThreadId();
+    // Without a window the thread has no queue yet for the message that wakes it.
+    MSG message;
+    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);
     stopEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     endEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     SetConsoleCtrlHandler(onConsoleEvent, TRUE);
@@ -108,11 +116,16 @@ bool StopSignal::wait(std::chrono::milliseconds longest) {
     auto left = longest;
     // The toolkit's sockets have a window on the main thread, and the end of the session waits for
     // its answers. A program that does not wait here serves its windows by itself.
-    while (left > left.zero() && waitForMessage(left)) {
+    while (left > left.zero() && !woken.exchange(false) && waitForMessage(left)) {
         serveWindows();
         left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     }
     return WaitForSingleObject(stopEvent, 0) == WAIT_OBJECT_0;
+}
+
+void StopSignal::wake() {
+    woken = true;
+    PostThreadMessageW(waitingThread, WM_NULL, 0, 0);
 }
 
 }  // namespace Orvane

@@ -14,9 +14,11 @@ class StopSignal {
     StopSignal(const StopSignal&) = delete;
     StopSignal& operator=(const StopSignal&) = delete;
 
-    /// Waits for `longest` at most, which may be zero; true when the program is to end. On Linux
-    /// one signal is reported once.
+    /// Waits for `longest` at most, which may be zero, or until wake(); true when the program is to
+    /// end. On Linux one signal is reported once.
     bool wait(std::chrono::milliseconds longest);
+    /// Ends the wait that is under way, or the next one. Any thread.
+    void wake();
 };
 
 }  // namespace Orvane

@@ -91,6 +91,11 @@ InputFile::~InputFile() {
     std::fclose(stream);
 }
 
+FileSystem::Identity InputFile::identity() const {
+    // Of an open file it can always be had.
+    return FileSystem::identityOf(stream).value_or(FileSystem::Identity{});
+}
+
 void InputFile::read(void* buffer, std::size_t count) {
     if (std::fread(buffer, 1, count, stream) != count)
         throw fileException(name);

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "OrvaneCore/String.h"
+#include "OrvaneCore/FileSystem.h"
 #include "protocol/Connection.h"
 
 namespace Orvane {
@@ -29,6 +29,8 @@ class InputFile {
     const String& path() const { return name; }
     /// As it was when the file was opened; -1 when it cannot be had.
     std::int64_t size() const { return bytes; }
+    /// Which file it is, whatever its name stands for meanwhile.
+    FileSystem::Identity identity() const;
     std::int64_t bytesMoved() const { return moved; }
 
   private:

@@ -85,11 +85,11 @@ void DiscoveryReplier::serve() {
     while (!stopRequested) {
         quick = takeWaiting(*socket) >= flood ? quickPolls : std::max(quick - 1, 0);
         std::this_thread::sleep_for(quick > 0 ? floodPollPeriod : Timeouts::discoveryPoll);
-        ignoredPings.tick();
-        answeredPings.tick();
-        refusedPings.tick();
-        unansweredPings.tick();
+        for (LineFold* fold : {&ignoredPings, &answeredPings, &refusedPings, &unansweredPings})
+            fold->tick();
     }
+    for (LineFold* fold : {&ignoredPings, &answeredPings, &refusedPings, &unansweredPings})
+        fold->summarise();
 }
 
 int DiscoveryReplier::takeWaiting(DatagramSocket& socket) {

@@ -87,6 +87,11 @@ void Door::serve() {
         for (LineFold* fold : {&bogusConnections, &refusedAddresses, &leftMasters, &turnedAway})
             fold->tick();
     }
+    // A job may go on for hours yet: those who wait for its end need not.
+    strangers.clear();
+    waiting.clear();
+    for (LineFold* fold : {&bogusConnections, &refusedAddresses, &leftMasters, &turnedAway})
+        fold->summarise();
 }
 
 std::vector<WaitedSocket> Door::socketsToWatch() const {
@@ -149,13 +154,19 @@ void Door::makeRoom(const String& newest) {
 }
 
 void Door::dropOldest(const std::vector<Stranger*>& candidates) {
-    const auto silent = std::find_if(candidates.begin(), candidates.end(),
-                                     [](const Stranger* stranger) { return stranger->isSilent(); });
-    Stranger& oldest = silent == candidates.end() ? *candidates.front() : **silent;
-    // What it has said meanwhile counts.
-    if (!isSettled(oldest))
-        logBogus(oldest);
-    std::erase_if(strangers, [&](const Stranger& stranger) { return &stranger == &oldest; });
+    Stranger* oldest = candidates.front();
+    bool settled = false;
+    for (Stranger* candidate : candidates) {
+        // What it has said meanwhile counts.
+        settled = isSettled(*candidate);
+        if (!settled && !candidate->isSilent())
+            continue;
+        oldest = candidate;
+        break;
+    }
+    if (!settled)
+        logBogus(*oldest);
+    std::erase_if(strangers, [&](const Stranger& stranger) { return &stranger == oldest; });
 }
 
 void Door::hearStrangers() {

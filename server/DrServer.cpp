@@ -39,7 +39,7 @@ void DrServer::openDoor() {
 }
 
 void DrServer::serveMasters() {
-    const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup};
+    const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup, dumps};
     MasterLoop(*door, services, stopRequested).run();
     log.requestClose();
 }

@@ -8,6 +8,7 @@
 #include "config/DrConfig.h"
 #include "server/DiscoveryReplier.h"
 #include "server/Door.h"
+#include "server/DumpFolder.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
 
@@ -40,6 +41,7 @@ class DrServer {
     DrLog& log;
     std::atomic<bool> stopRequested = false;
     DrConfig config;
+    DumpFolder dumps{config, log, stopRequested};
     RelayWakeup relayWakeup;
     StandbyThread maxInvoker;
     std::unique_ptr<Door> door;

@@ -11,7 +11,6 @@
 #include "protocol/Framing.h"
 #include "protocol/Messages.h"
 #include "protocol/Timeouts.h"
-#include "server/DumpFiles.h"
 
 namespace Orvane {
 
@@ -50,7 +49,7 @@ void ImageRelay::relayLastDumps() {
 bool ImageRelay::relayPass() {
     Waiting left;
     bool anySent = false;
-    for (const String& path : listDumpFiles(config)) {
+    for (const String& path : dumps.list()) {
         const Result result = relayDump(path);
         if (result.outcome == Outcome::MasterLost)
             return false;
@@ -64,18 +63,21 @@ bool ImageRelay::relayPass() {
 
 ImageRelay::Result ImageRelay::relayDump(const String& path) {
     const Stopwatch watch;
+    FileSystem::Identity sent;
     try {
         // Closed before it is deleted.
         InputFile file(path);
+        sent = file.identity();
         if (!announceAndSend(file))
             return {Outcome::MasterLost, {}};
     } catch (const Exception& failure) {
         return {Outcome::LeftForLater, failure.getMessage()};
     }
     log.log(String("Finished EXR dump after ") + watch.secondsText() + " s");
-    if (config.retainExr)
+    // By now the name may be the next image's.
+    if (config.retainExr && FileSystem::identityOf(path) == sent)
         retain(path);
-    removeDumpFile(path, log);
+    dumps.remove(path, sent);
     return {Outcome::Sent, {}};
 }
 

@@ -3,9 +3,8 @@
 #include <map>
 #include <string>
 
-#include "OrvaneCore/DrLog.h"
-#include "config/DrConfig.h"
 #include "protocol/Connection.h"
+#include "server/JobServices.h"
 
 namespace Orvane {
 
@@ -15,8 +14,11 @@ class InputFile;
 class ImageRelay {
   public:
     /// All must outlive the relay.
-    ImageRelay(Connection& masterConnection, const DrConfig& settings, DrLog& target)
-        : master(masterConnection), config(settings), log(target) {}
+    ImageRelay(Connection& masterConnection, const JobServices& services)
+        : master(masterConnection),
+          config(services.config),
+          log(services.log),
+          dumps(services.dumps) {}
 
     /// Announces, sends and deletes every finished dump there is, those included that come
     /// meanwhile. A failure ends the call and leaves the file. Never throws for a file's sake.
@@ -46,6 +48,7 @@ class ImageRelay {
     Connection& master;
     const DrConfig& config;
     DrLog& log;
+    DumpFolder& dumps;
     Waiting waiting;
 };
 

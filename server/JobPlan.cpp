@@ -17,11 +17,22 @@ std::int32_t hostFor(std::int32_t sceneYear, const DrConfig& config) {
     return 0;
 }
 
-String refusalOf(const JobPlan& plan) {
+/// The scene's name is not known yet; this is the longest.
+bool isTooLong(const JobPlan& plan, const DrConfig& config) {
+    const String scene = config.dataFolder + "/received_scene_4294967295.max";
+    const String& host = config.hostPath(plan.hostYear);
+    return !fitsInterpreter(launchCommand(host, scene, config, plan.request));
+}
+
+String refusalOf(const JobPlan& plan, const DrConfig& config) {
     if (plan.hostYear == 0)
         return String("Unsupported 3ds max version: ") + Str::toWString(plan.sceneYear);
     const String refusal = refusalOf(plan.request);
-    return refusal.isEmpty() ? refusal : String("Refused job: ") + refusal;
+    if (!refusal.isEmpty())
+        return String("Refused job: ") + refusal;
+    if (isTooLong(plan, config))
+        return "Refused job: its command line is longer than the command interpreter takes";
+    return {};
 }
 
 }  // namespace
@@ -31,7 +42,7 @@ JobPlan planJob(const FrameInfo& request, const DrConfig& config) {
     plan.request = request;
     plan.sceneYear = sceneReleaseYear(request.hostVersion);
     plan.hostYear = hostFor(plan.sceneYear, config);
-    plan.refusal = refusalOf(plan);
+    plan.refusal = refusalOf(plan, config);
     return plan;
 }
 

@@ -3,6 +3,7 @@
 #include "OrvaneCore/DrLog.h"
 #include "OrvaneCore/misc/multithreading/StandbyThread.h"
 #include "config/DrConfig.h"
+#include "server/DumpFolder.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
 
@@ -15,6 +16,7 @@ struct JobServices {
     StandbyThread& maxInvoker;
     LoopbackListener& loopback;
     RelayWakeup& wakeup;
+    DumpFolder& dumps;
 };
 
 }  // namespace Orvane

@@ -34,11 +34,6 @@ String quoted(const String& path) {
 }  // namespace
 
 String refusalOf(const FrameInfo& frameInfo) {
-    for (const String* field :
-         {&frameInfo.frameName, &frameInfo.cameraName, &frameInfo.hostVersion})
-        if (field->length() > mostFieldCharacters)
-            return String("a field is longer than ") + Str::toWString(mostFieldCharacters) +
-                   " characters";
     const std::u16string_view frames = frameInfo.frameName.view();
     if (!std::all_of(frames.begin(), frames.end(), isFrameCharacter))
         return "FrameName may hold only letters, digits and , - . : + _";
@@ -60,6 +55,11 @@ String launchCommand(const String& hostFolder, const String& scenePath, const Dr
     line += " >> ";
     line += quoted(outputPath.isEmpty() ? config.dataFolder + "/MaxLog.txt" : outputPath);
     return line;
+}
+
+bool fitsInterpreter(const String& line) {
+    constexpr std::size_t spare = 16;
+    return toAnsi(line).size() + spare <= mostCommandCharacters;
 }
 
 }  // namespace Orvane

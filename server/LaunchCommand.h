@@ -5,13 +5,12 @@
 
 namespace Orvane {
 
-/// Longer texts of a request are refused: the command line must stay within the 8,191 characters of
-/// Windows' command interpreter, and lists of frames or names of cameras are never so long.
-constexpr std::int32_t mostFieldCharacters = 2048;
-
 /// Why this job must not reach a command interpreter, naming the field; empty when it may. The
 /// texts come from the network.
 String refusalOf(const FrameInfo& frameInfo);
+
+/// Whether the interpreter would take this line, with a longer name for the output file, too.
+bool fitsInterpreter(const String& line);
 
 /// What the line has the interpreter say first.
 extern const char* const launchEcho;

@@ -30,12 +30,12 @@ class LineFold {
     bool admit(std::int32_t characters = 0);
     /// Writes the summary once the window is over; to be called every few seconds, or at due().
     void tick();
+    /// Writes it now, for the end of a loop whose last lines are still to be flushed.
+    void summarise();
     /// When there will be a summary to write; the end of time while there is none.
     std::chrono::steady_clock::time_point due() const;
 
   private:
-    void summarise();
-
     using Clock = std::chrono::steady_clock;
 
     DrLog& log;

@@ -7,7 +7,6 @@
 #include "OrvaneCore/Stopwatch.h"
 #include "protocol/Framing.h"
 #include "protocol/Timeouts.h"
-#include "server/DumpFiles.h"
 #include "server/LaunchCommand.h"
 
 namespace Orvane {
@@ -27,7 +26,7 @@ RenderJob::RenderJob(const JobServices& jobServices, Connection& masterConnectio
       plan(jobPlan),
       scene(jobServices.config, jobServices.log),
       host(jobServices),
-      images(masterConnection, jobServices.config, jobServices.log),
+      images(masterConnection, jobServices),
       endSignals(jobServices.log, "Got END signal from remote side") {}
 
 void RenderJob::run() {
@@ -49,7 +48,7 @@ void RenderJob::launchHost() {
                                       services.config, plan.request, output);
     log.log(String("Running command:\n") + line);
     // Nothing of an earlier job may reach this master.
-    removeDumpFiles(services.config, log);
+    services.dumps.removeAll();
     services.loopback.drainPendingConnections();
     host.start(line, output);
 }
@@ -118,7 +117,7 @@ void RenderJob::finish() {
 
 void RenderJob::cleanUp() {
     if (!isDevelopmentVersion())
-        removeDumpFiles(services.config, log);
+        services.dumps.removeAll();
     scene.remove();
 }
 

@@ -19,13 +19,14 @@ class HeadlessProgram {
   public:
     HeadlessProgram() {
         log.setCloseHandler([this] { endedByItself = true; });
+        log.setWakeHandler([this] { stop.wake(); });
     }
 
     int run() {
         log.log("DR server started");
         DrServer server(log);
         start(server);
-        while (!endedByItself && !stop.wait(flushPeriod))
+        while (!endedByItself && !waitForLines())
             log.flush();
         const int status = endedByItself ? EXIT_FAILURE : EXIT_SUCCESS;
         close(server);
@@ -33,6 +34,10 @@ class HeadlessProgram {
     }
 
   private:
+    // An idle server wakes for nothing. Once there is a line others may follow it at once, and are
+    // written with it. True when the program is to end.
+    bool waitForLines() { return stop.wait(std::chrono::hours(24)) || stop.wait(flushPeriod); }
+
     void start(DrServer& server) {
         try {
             openLogFile(log, server);

@@ -190,8 +190,9 @@ def scene_bytes(scene, announced=None):
 class Peer:
     """Takes little without reading: what the server has sent is for the most part still with it."""
 
-    def __init__(self, port):
+    def __init__(self, port, source=""):
         self.link = socket.socket()
+        self.link.bind((source, 0))
         self.link.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 65536)
         self.link.settimeout(PATIENCE)
         self.link.connect(("127.0.0.1", port))
@@ -236,8 +237,8 @@ class Peer:
 
 
 class Master(Peer):
-    def __init__(self):
-        super().__init__(MASTER)
+    def __init__(self, source=""):
+        super().__init__(MASTER, source)
 
     def shake(self, **fields):
         self.send(request(**fields))

@@ -3,6 +3,7 @@
 import os
 import shutil
 import signal
+import subprocess
 from contextlib import contextmanager
 from pathlib import Path
 
@@ -27,6 +28,14 @@ def world(_folder):
 def reports_damage(_errors):
     """The sanitizers end a program that damages its memory."""
     return False
+
+
+@contextmanager
+def kept(path):
+    """The file cannot be deleted."""
+    subprocess.run(["mount", "--bind", path, path], check=True)
+    yield
+    subprocess.run(["umount", path], check=True)
 
 
 def seen(path):

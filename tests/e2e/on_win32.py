@@ -41,6 +41,12 @@ def reports_damage(errors):
     return ":heap:" in errors
 
 
+@contextmanager
+def kept(_path):
+    """The file cannot be deleted: the host has opened it."""
+    yield
+
+
 def seen(path):
     """A path as it stands in the server's texts: its folder is Windows', the rest is its own."""
     folder, slash, rest = str(path).partition("/drData")

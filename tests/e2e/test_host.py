@@ -130,6 +130,68 @@ def test_output_file_that_cannot_be_written(node):
     assert (node.data / "MaxLog-2.txt").read_text().startswith("Loading")
 
 
+@pytest.mark.parametrize("how", ["released", "set aside", "stopped"])
+def test_sent_image_that_cannot_be_deleted(node, how):
+    """The image is large, so that it is being sent until it is read."""
+    size, path = 8_000_000, node.data / "dumpHeld.exr"
+    waiting, aside = "Waiting for file deletion: ", "Set aside an image that cannot be deleted: "
+    node.ready(*ONLINE, f"dump {path.name} {size}", "await sending", f"hold {path.name}", "mark held",
+               "await go", "release", "dump dumpNext.exr 300", "hear", "close")
+    with Master() as master:
+        master.job()
+        node.wait_for("Started EXR dump")
+        node.allow(2014, "sending")
+        eventually((node.host(2014) / "held").exists)
+        with platform.kept(path):
+            assert master.image() == image(size)
+            node.wait_for(waiting)
+            if how == "stopped":
+                node.server.send_signal(platform.STOPS[0])
+            if how != "released":
+                node.wait_for(aside)
+            if how == "set aside":
+                put_dump(node, "dumpOther.exr", image(400))
+                assert master.image() == image(400)
+        node.allow(2014, "go")
+        assert master.image() == image(300)
+        master.send(END_RENDER)
+        assert master.at_end()
+    if how == "stopped":
+        assert node.ended() == 0
+    else:
+        node.stop()
+    assert not list(node.data.glob("dump*"))
+    assert node.log().count(aside) == (how != "released") and node.log().count("Started EXR") <= 3
+
+
+def test_names_that_are_used_again(node):
+    count = 300
+    node.ready(*ONLINE, f"series dumpA.exr {count} 1000", "hear", "close")
+    with Master() as master:
+        master.job()
+        for number in range(count):
+            assert master.image() == image(1000 + number)
+        master.send(END_RENDER)
+        assert master.at_end()
+    assert not list(node.data.glob("dump*")) and "Waiting for" not in node.final_log()
+
+
+@pytest.mark.linux
+def test_image_renamed_over_the_one_being_sent(node):
+    size = 8_000_000
+    node.ready(*ONLINE, f"dump dumpA.exr {size}", "await sending", "dump dumpA.exr 300", "mark again",
+               "hear", "close")
+    with Master() as master:
+        master.job()
+        node.wait_for("Started EXR dump")
+        node.allow(2014, "sending")
+        eventually((node.host(2014) / "again").exists)
+        assert master.image() == image(size)
+        assert master.image() == image(300)
+        master.send(END_RENDER)
+        assert master.at_end()
+
+
 @pytest.mark.linux
 def test_server_whose_output_nobody_takes(node):
     node.configure(f"2014 {seen(node.install(2014, *PLAN))}")

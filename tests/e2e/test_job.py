@@ -176,7 +176,7 @@ def test_worked_example_of_the_documentation(node):
 
 
 def test_flood_of_local_connections(node):
-    """Some program that connects again and again holds up a job for a while, not for ever."""
+    """Some program that connects again and again does not hold up a job."""
     node.ready(*ONLINE, "dump dumpA.exr 10", "hear")
     enough = threading.Event()
 
@@ -197,7 +197,7 @@ def test_flood_of_local_connections(node):
     finally:
         enough.set()
         flooding.join()
-    assert "Stopped closing stale local connections after 10 seconds" in node.final_log()
+    assert "DR is finished" in node.final_log()
 
 
 def test_silent_local_stranger(node):

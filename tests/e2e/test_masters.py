@@ -96,25 +96,25 @@ def test_bogus_masters(node):
 
 @pytest.mark.parametrize("sent", [b"", b"<OrvaneDrRemote>", None], ids=["silent", "stalled", "drip"])
 def test_slow_masters(node, sent):
+    """Nobody waits behind them, and they are dropped all the same."""
     node.ready()
-    with Master() as slow, Master() as waiting:
-        waiting.send(request(version="max2017"))
+    with Master() as slow, Master() as other:
 
         def drip():
             time.sleep(0.3)
             slow.link.send(b"z")
 
+        slow.send(sent or b"")
+        other.shake(version="max2017")
         if sent is None:
             with pytest.raises(ConnectionError):
                 eventually(drip)
         else:
-            slow.send(sent)
             assert slow.dropped()
-        assert waiting.receive(len(WELCOME)) == WELCOME
-        assert waiting.at_end()
-    before, after = node.final_log().split("Ready for new connection\nAccepted remote connection")
-    assert BOGUS + ("zzz" if sent is None else sent.decode() + "\n") in before
-    assert "Unsupported" in after
+        assert other.at_end()
+    before, after = node.final_log().split(BOGUS)
+    assert "Unsupported" in before
+    assert after.startswith("zzz" if sent is None else sent.decode() + "\nReady")
 
 
 @pytest.mark.parametrize("how", ["reset", "truncated"])
@@ -122,8 +122,8 @@ def test_image_that_breaks_off(node, how):
     size = 60_000_000
     node.ready(*ONLINE, f"dump dumpBig.exr {size}", "leave", "exit 0")
     with Master() as master, Master() as waiting:
-        waiting.send(request(version="max2017"))
         master.job()
+        waiting.send(request(version="max2017"))
         assert master.receive(len(DUMP_EXR) + 8) == DUMP_EXR + struct.pack("<q", size)
         if how == "reset":
             master.reset()

@@ -2,19 +2,21 @@
 bridge; and the pictures that they send, whose values are known."""
 
 import ctypes
+import itertools
 import json
 import os
 import shlex
 import signal
+import socket
 import struct
 import subprocess
 import threading
 import zlib
-from pathlib import Path
 
 import pytest
 from conftest import bring_up_loopback
-from harness import *
+from harness import (
+    DUMP_EXR, END_RENDER, HOST, MASTER, ONLINE, PATIENCE, SERVER, WELCOME, Node, seen)
 
 MASTER_PROGRAM = shlex.split(os.environ["ORVANE_MASTER"])
 NETWORK = "10.7.0."
@@ -170,6 +172,47 @@ def value_of(path):
     return struct.unpack_from("<f", block)[0]
 
 
+class PlayedNode(threading.Thread):
+    """Takes one job after the other, and then does what `part` says with the connection."""
+
+    numbers = itertools.count(1)
+
+    def __init__(self, part):
+        super().__init__(daemon=True)
+        self.address = f"127.0.1.{next(self.numbers)}"
+        self.part = part
+        self.listener = socket.create_server((self.address, MASTER))
+        self.start()
+
+    def run(self):
+        while True:
+            link, _ = self.listener.accept()
+            with link:
+                try:
+                    self.play(link)
+                except OSError:
+                    pass  # the master has had enough
+
+    def play(self, link):
+        handshake = b""
+        while not handshake.endswith(b"\0"):
+            handshake += link.recv(65536)
+        self.frame = int(handshake.partition(b"<FrameName>")[2].partition(b"<")[0])
+        link.sendall(WELCOME)
+        (size,) = struct.unpack("<q", link.recv(8, socket.MSG_WAITALL))
+        link.recv(size, socket.MSG_WAITALL)
+        self.part(link)
+
+
+def announced(image, size=None):
+    return DUMP_EXR + struct.pack("<q", len(image) if size is None else size) + image
+
+
+def told_to_end(link):
+    link.settimeout(PATIENCE)
+    return link.recv(1000).endswith(END_RENDER)
+
+
 def start_master(folder, *arguments):
     """A scene is there for it."""
     (folder / "scene.max").write_bytes(b"scene")
@@ -193,9 +236,9 @@ def finish(process):
 
 
 def kept_images(folder):
-    """Values by the address of their node, in the order in which they came."""
+    """Values by the address of their node, ascending: a node sends in its folder's order."""
     values = {}
     for path in sorted((folder / "out").glob("node-*.exr")):
         node = path.name[len("node-"):].rsplit("-", 1)[0]
         values.setdefault(node, []).append(value_of(path))
-    return values
+    return {node: sorted(of_node) for node, of_node in values.items()}

@@ -1,6 +1,10 @@
 """Nodes are found, each once, with all that they have."""
 
-from farm import *
+import signal
+
+from farm import farm  # noqa: F401, a fixture
+from farm import NETWORK, finish, start_master, start_render
+from harness import PATIENCE, eventually
 
 
 def lines_of(folder, *arguments):

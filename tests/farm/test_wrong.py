@@ -1,48 +1,16 @@
 """Nodes that are wrong, slow, hostile or gone, and renders that end before their time. The nodes are
 played here, each on a loopback address of its own."""
 
+import json
 import signal
+import socket
+import struct
 import threading
+import time
 
 import pytest
-from farm import *
-
-
-class PlayedNode(threading.Thread):
-    """Takes one job after the other, and then does what `part` says with the connection."""
-
-    def __init__(self, number, part):
-        super().__init__(daemon=True)
-        self.address = f"127.0.1.{number}"
-        self.part = part
-        self.listener = socket.create_server((self.address, MASTER))
-        self.start()
-
-    def run(self):
-        while True:
-            link, _ = self.listener.accept()
-            with link:
-                try:
-                    self.play(link)
-                except OSError:
-                    pass  # the master has had enough
-
-    def play(self, link):
-        while not link.recv(65536).endswith(b"\0"):
-            pass
-        link.sendall(WELCOME)
-        (size,) = struct.unpack("<q", link.recv(8, socket.MSG_WAITALL))
-        link.recv(size, socket.MSG_WAITALL)
-        self.part(link)
-
-
-def announced(image, size=None):
-    return DUMP_EXR + struct.pack("<q", len(image) if size is None else size) + image
-
-
-def told_to_end(link):
-    link.settimeout(PATIENCE)
-    return link.recv(1000).endswith(END_RENDER)
+from farm import PlayedNode, announced, exr, finish, start_render, told_to_end, value_of
+from harness import DUMP_EXR, PATIENCE, eventually
 
 
 def sending(*images):
@@ -97,8 +65,8 @@ def test_hostile_nodes(tmp_path):
             time.sleep(0.1)
         assert told_to_end(link)
 
-    nodes = [PlayedNode(1, good)]
-    nodes += [PlayedNode(n, hostile(data)) for n, data in enumerate(HOSTILE.values(), 2)]
+    nodes = [PlayedNode(good)]
+    nodes += [PlayedNode(hostile(data)) for data in HOSTILE.values()]
     process = start_render(tmp_path, "--nodes", ",".join(node.address for node in nodes),
                            "--images", "30")
     events = []
@@ -112,7 +80,7 @@ def test_hostile_nodes(tmp_path):
     for node, text in zip(nodes[1:], HOSTILE):
         assert text in said[node.address], (text, said[node.address])
     assert {path.name.rsplit("-", 1)[0] for path in (tmp_path / "out").iterdir()} == {
-        "node-127.0.1.1", "result.exr", "result.png"}
+        f"node-{nodes[0].address}", "result.exr", "result.png"}
 
 
 def wait_for_images(process, count):
@@ -138,7 +106,7 @@ def test_interrupted(tmp_path):
             link.sendall(announced(exr(5)))
 
     stubborn, half_sent = threading.Event(), threading.Event()
-    node = PlayedNode(1, endless)
+    node = PlayedNode(endless)
     for arguments in (["--nodes", node.address], ["--server", node.address]):
         process = start_render(tmp_path, "--images", "100", *arguments)
         wait_for_images(process, 2)
@@ -151,12 +119,12 @@ def test_interrupted(tmp_path):
     wait_for_images(process, 2)
     process.send_signal(signal.SIGINT)
     assert half_sent.wait(PATIENCE)
-    incoming = tmp_path / "out/.dr-node-127.0.1.1.part"
+    incoming = tmp_path / f"out/.dr-node-{node.address}.part"
     eventually(lambda: incoming.exists())
     process.send_signal(signal.SIGTERM)
     assert finish(process)[0] == 13
     assert sorted(path.name for path in (tmp_path / "out").iterdir() if path.name != ".dr-master.lock") == [
-        "node-127.0.1.1-0001.exr", "node-127.0.1.1-0002.exr"]
+        f"node-{node.address}-0001.exr", f"node-{node.address}-0002.exr"]
 
 
 @pytest.mark.parametrize("last, status", [("silent", 0), ("endless", 0)])
@@ -170,7 +138,7 @@ def test_node_that_does_not_end(tmp_path, last, status):
         while link.recv(1000):
             pass
 
-    node = PlayedNode(1, part)
+    node = PlayedNode(part)
     process = start_render(tmp_path, "--server", node.address, "--last-images", "2", "--keep-mb", "0.1")
     ended, events, _ = finish(process)
     assert ended == status and "did not end its job" in [
@@ -180,7 +148,7 @@ def test_node_that_does_not_end(tmp_path, last, status):
 
 
 def test_one_folder_for_two_renders(tmp_path):
-    node, other = PlayedNode(1, sending(exr(2))), PlayedNode(2, sending(exr(9)))
+    node, other = PlayedNode(sending(exr(2))), PlayedNode(sending(exr(9)))
     first = start_render(tmp_path, "--server", node.address, "--images", "2")
     wait_for_images(first, 1)
     status, _, errors = finish(start_render(tmp_path, "--server", other.address))
@@ -201,8 +169,8 @@ def test_no_node_left(tmp_path):
     def part(link):
         link.sendall(announced(exr(8)))
 
-    node = PlayedNode(1, part)
+    node = PlayedNode(part)
     status, events, errors = finish(start_render(
-        tmp_path, "--nodes", f"{node.address},127.0.1.99", "--images", "9", "--patience", "5"))
+        tmp_path, "--nodes", f"{node.address},127.0.2.99", "--images", "9", "--patience", "5"))
     assert status == 15 and "No node took part for 5 s" in errors
     assert value_of(tmp_path / "out/result.exr") == 8

@@ -132,6 +132,21 @@ class Host {
         const auto [name, size] = nameAndSize(argument);
         writeWhole(dataFolder + name, imageBytes(size));
     }
+    /// Each gets the name as soon as the one before has lost it.
+    void series(const std::string& argument) {
+        const auto [nameAndCount, size] = nameAndSize(argument);
+        const auto [name, count] = nameAndSize(nameAndCount);
+        const std::string path = dataFolder + name, next = dataFolder + "next";
+        for (std::size_t i = 0; i < count; ++i) {
+            std::ofstream(next, std::ios::binary) << imageBytes(size + i);
+            while (exists(path) || std::rename(next.c_str(), path.c_str()) != 0) {
+            }
+        }
+    }
+    void hold(const std::string& name) {
+        held.open(dataFolder + name, std::ios::binary);
+        check(held.is_open(), "cannot open " + name);
+    }
     void begin(const std::string& argument) {
         const auto [name, size] = nameAndSize(argument);
         const std::string bytes = imageBytes(size);
@@ -186,13 +201,17 @@ class Host {
     std::unique_ptr<Connection> server;
     std::ofstream growing;
     std::string rest;
+    std::ifstream held;
     const std::map<std::string, Command> commands = {
         {"connect", method(&Host::connect)},
         {"hear", method(&Host::hear)},    // one message, into heard.bin
         {"say", method(&Host::say)},      // TEXT and a zero
         {"leave", method(&Host::leave)},  // until the server ends the connection
         {"close", [this](const auto&) { server->close(); }},
-        {"dump", method(&Host::dump)},    // NAME SIZE, renamed into place
+        {"dump", method(&Host::dump)},      // NAME SIZE, renamed into place
+        {"series", method(&Host::series)},  // NAME COUNT SIZE, SIZE + 1, ...
+        {"hold", method(&Host::hold)},      // NAME: on Windows it cannot be deleted
+        {"release", [this](const auto&) { held.close(); }},
         {"begin", method(&Host::begin)},  // NAME SIZE: half of it, under its final name
         {"complete", method(&Host::complete)},
         {"passes", method(&Host::passes)},  // MILLISECONDS: dumps the files pass1, pass2 and so on

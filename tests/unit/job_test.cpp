@@ -5,6 +5,7 @@
 
 #include "OrvaneCore/CommandInterpreter.h"
 #include "config/DrConfig.h"
+#include "server/JobPlan.h"
 #include "server/LaunchCommand.h"
 #include "tests/unit/StringPrinter.h"
 
@@ -127,6 +128,36 @@ TEST(LaunchCommand, RefusesWhatAnInterpreterWouldActUpon) {
         const bool nowhereAllowed = code < 32 || code == 127 || code == '"';
         EXPECT_TRUE(!nowhereAllowed || refusal("", text.c_str()).starts_with("CameraName")) << code;
     }
+}
+
+TEST(JobPlan, ListsOfFramesMayBeAsLongAsTheCommandLine) {
+    DrConfig config;
+    load(config, "2014 C:/Max");
+    const auto refusal = [&](std::size_t length) {
+        return toAnsi(planJob({"max2014", "", String(std::string(length, '1'))}, config).refusal);
+    };
+    EXPECT_EQ(refusal(mostCommandCharacters - 400), "");
+    EXPECT_TRUE(refusal(mostCommandCharacters - 100).starts_with("Refused job: its command line"));
+}
+
+TEST(DrConfig, MastersByAddressAndNetwork) {
+    MasterList list;
+    EXPECT_TRUE(list.admits("10.0.0.1") && list.admits("") && !list.isRestricted());
+    EXPECT_TRUE(list.add(" 10.1.2.3/8\t192.168.7.3 172.16.0.0/12 10.0.0.0/8"));
+    EXPECT_EQ(toAnsi(list.text()), "10.0.0.0/8 192.168.7.3 172.16.0.0/12");
+    for (const char* address : {"10.0.0.0", "10.255.255.255", "192.168.7.3", "172.31.0.1"})
+        EXPECT_TRUE(list.admits(address)) << address;
+    for (const char* address :
+         {"9.255.255.255", "11.0.0.0", "192.168.7.2", "192.168.7.4", "172.32.0.0", "", "10.0.0",
+          "10.0.0.1.1", "010.0.0.1", "10.0.0.256", "10.0.0.1 ", "::1", "0xa.0.0.1", "10..0.1"})
+        EXPECT_FALSE(list.admits(address)) << address;
+    for (const char* entry : {"", "10.0.0.1/33", "10.0.0.1/", "/8", "10.0.0.1/08", "10.0.0.1/-1",
+                              "10.0.0.1,10.0.0.2", "node7", "10.0.0.1/8/8", "10.0.0"}) {
+        MasterList bad;
+        EXPECT_FALSE(bad.add(entry) || bad.admits("10.0.0.1")) << entry;
+    }
+    MasterList everybody;
+    EXPECT_TRUE(everybody.add("0.0.0.0/0") && everybody.admits("255.1.2.3"));
 }
 
 }  // namespace

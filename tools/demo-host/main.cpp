@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "HostArguments.h"
+#include "OrvaneCore/RandomSource.h"
 #include "OrvaneCore/StandardStreams.h"
 #include "OrvaneCore/Str.h"
 #include "PluginLink.h"
@@ -49,7 +50,8 @@ class DemoHost {
 
     /// False when the server ended it.
     bool renderPass(int pass) {
-        Rendering rendering(folder, arguments.scene, unfinished.filename(), frame(), pass);
+        Rendering rendering(folder, arguments.scene, unfinished.filename(), frame(),
+                            firstPass + pass);
         while (rendering.isRunning())
             if (link.isEnded(pace))
                 return false;
@@ -68,6 +70,8 @@ class DemoHost {
     }
 
     const HostArguments& arguments;
+    // Hosts that render the same picture side by side must not render the same passes.
+    const int firstPass = static_cast<int>(randomNumber() % 1'000'000);
     PluginLink link;
     std::filesystem::path folder;
     std::filesystem::path unfinished;

@@ -113,7 +113,12 @@ class CommandLine {
         command->add_option("scene", render.scene, "scene file")->required();
         command->add_option("--host-version", render.hostVersion, yearHelp)->required();
         addRenderNodes(*command);
-        command->add_option("--frame", render.frame, "frame or frames")->capture_default_str();
+        auto* frame =
+            command->add_option("--frame", render.frame, "frame or frames")->capture_default_str();
+        command
+            ->add_option("--frames", render.frames,
+                         "an animation, each frame by one node: 1-100,120,200-300x5")
+            ->excludes(frame);
         command->add_option("--camera", render.camera, "camera (default: the scene's own)");
         addRenderGoals(*command);
         command->add_option("--output", render.output, "folder for the images and the result")

@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <sstream>
+#include <utility>
 
 #include "Commands.h"
 #include "Discovery.h"
 #include "DiscoveryTargets.h"
+#include "FrameList.h"
 #include "NativePath.h"
 #include "SceneFile.h"
 #include "farm/Render.h"
@@ -46,12 +48,17 @@ std::vector<std::string> partsOf(const std::string& list) {
 
 void chooseNodes(const RenderOptions& options, RenderOrder& order) {
     order.searched = options.addresses;
-    if (options.nodes.empty())
-        order.server = options.server.empty() ? firstServer(options.hostVersion) : options.server;
-    else if (options.nodes == "all")
+    if (options.nodes == "all") {
         order.findsNodes = true;
-    else
-        order.nodes = partsOf(options.nodes);
+        return;
+    }
+    order.nodes = partsOf(options.nodes);
+    if (!order.nodes.empty())
+        return;
+    order.server = options.server.empty() ? firstServer(options.hostVersion) : options.server;
+    // A frame of many is tried again, on the only node too.
+    if (!order.frames.empty())
+        order.nodes.push_back(std::exchange(order.server, {}));
 }
 
 }  // namespace
@@ -63,6 +70,8 @@ void renderScene(const RenderOptions& options) {
     order.hostVersion = options.hostVersion;
     order.camera = options.camera;
     order.frame = options.frame;
+    if (!options.frames.empty())
+        order.frames = framesOf(options.frames);
     order.goal = goalOf(options);
     order.folder = nativePath(options.output);
     constexpr double bytesPerMegabyte = 1e6;

@@ -9,7 +9,6 @@ namespace Orvane {
 void Farm::add(NodeWorker::Node node) {
     if (!addresses.insert(toAnsi(node.address)).second)
         return;
-    node.number = static_cast<int>(workers.size());
     workers.push_back(std::make_unique<NodeWorker>(job, std::move(node)));
 }
 

@@ -33,9 +33,11 @@ const char* outcomeText(FrameNews::Outcome outcome) {
         case FrameNews::Outcome::Failed:
             return "failed";
         case FrameNews::Outcome::Retried:
+            return "retried";
+        case FrameNews::Outcome::Open:
             break;
     }
-    return "retried";
+    return "open";
 }
 
 }  // namespace Orvane

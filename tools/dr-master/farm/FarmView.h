@@ -46,10 +46,16 @@ struct ImageNews {
 };
 
 struct FrameNews {
-    enum class Outcome { Finished, Skipped, Failed, Retried };
+    enum class Outcome {
+        Open,  ///< neither of the others yet
+        Finished,
+        Skipped,  ///< its result was there
+        Failed,   ///< as often as was allowed
+        Retried   ///< failed, and goes to another node
+    };
 
     std::string frame;
-    Outcome outcome = Outcome::Finished;
+    Outcome outcome = Outcome::Open;
     double seconds = 0;
     int images = 0;
     std::vector<std::string> nodes;  ///< that were given it, in order

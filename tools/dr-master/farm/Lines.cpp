@@ -101,10 +101,11 @@ std::vector<std::string> table(const std::vector<FrameNews>& frames) {
         sum.images += frame.images;
         sum.retries += frame.retries;
     }
-    lines.push_back(text(
-        "%-8s %-9s %9.1f %7d %8d  %d finished, %d skipped, %d failed", "all", "", sum.seconds,
-        sum.images, sum.retries, count(frames, FrameNews::Outcome::Finished),
-        count(frames, FrameNews::Outcome::Skipped), count(frames, FrameNews::Outcome::Failed)));
+    lines.push_back(
+        text("%-8s %-9s %9.1f %7d %8d  %d finished, %d skipped, %d failed, %d open", "all", "",
+             sum.seconds, sum.images, sum.retries, count(frames, FrameNews::Outcome::Finished),
+             count(frames, FrameNews::Outcome::Skipped), count(frames, FrameNews::Outcome::Failed),
+             count(frames, FrameNews::Outcome::Open)));
     return lines;
 }
 

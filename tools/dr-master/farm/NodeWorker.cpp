@@ -24,7 +24,7 @@ std::optional<Failure> NodeWorker::lastFailure() const {
 void NodeWorker::run() {
     for (;;) {
         showState(NodeState::Idle);
-        const auto lease = job.plan.take(self.number);
+        const auto lease = job.plan.take(self.name);
         if (lease == nullptr || (!render(lease) && !self.isTriedAgain))
             break;
     }
@@ -45,7 +45,7 @@ bool NodeWorker::render(const std::shared_ptr<Lease>& lease) {
     hold(lease);
     const LeaseEnd end = attempt(*lease);
     hold(nullptr);
-    job.plan.giveBack(self.number, lease, end);
+    job.plan.giveBack(self.name, lease, end);
     if (end == LeaseEnd::Failed && self.isTriedAgain)
         sleep(pause);
     return end != LeaseEnd::Failed;

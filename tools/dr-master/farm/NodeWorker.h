@@ -15,7 +15,6 @@ namespace Orvane {
 class NodeWorker {
   public:
     struct Node {
-        int number = 0;
         std::string name;   ///< for people
         String address;     ///< to connect to
         std::string label;  ///< of its images

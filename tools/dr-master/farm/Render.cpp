@@ -1,8 +1,11 @@
 #include "farm/Render.h"
 
+#include <algorithm>
+
 #include "Interruption.h"
 #include "OrvaneCore/HostReleases.h"
 #include "Terminal.h"
+#include "farm/AnimationPlan.h"
 #include "farm/Farm.h"
 #include "farm/JsonView.h"
 #include "farm/NodeSource.h"
@@ -40,6 +43,18 @@ Failure notAllWhole() {
             "The result is the mean of the others. See the disk and network of the node."};
 }
 
+std::optional<Failure> failedFrames(const std::vector<FrameNews>& frames) {
+    const auto failed = std::count_if(frames.begin(), frames.end(), [](const FrameNews& frame) {
+        return frame.outcome == FrameNews::Outcome::Failed;
+    });
+    if (failed == 0)
+        return std::nullopt;
+    return Failure(
+        ExitStatus::FramesFailed,
+        std::to_string(failed) + " of " + std::to_string(frames.size()) + " frames failed",
+        "See above why; the same command tries those frames again.");
+}
+
 /// What a still and an animation have in common.
 class Render {
   public:
@@ -59,6 +74,19 @@ class Render {
         work(farm);
         refresh.reset();
         concludeStill(farm, *frame);
+    }
+
+    void runAnimation() {
+        AnimationPlan plan(order.frames, order.goal, folder, view);
+        const FarmJob job = jobFor(plan);
+        Farm farm(job, patienceOf(order));
+        if (!plan.isOver())
+            work(farm);
+        const auto frames = plan.table();
+        std::optional<Failure> failure = plan.failure() ? plan.failure() : farm.failure();
+        if (!failure)
+            failure = failedFrames(frames);
+        end(failure, frames);
     }
 
   private:
@@ -119,7 +147,11 @@ class Render {
 }  // namespace
 
 void render(const RenderOrder& order) {
-    Render(order).runStill();
+    Render render(order);
+    if (order.frames.empty())
+        render.runStill();
+    else
+        render.runAnimation();
 }
 
 }  // namespace Orvane

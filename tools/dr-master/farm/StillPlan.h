@@ -9,10 +9,10 @@ class StillPlan : public WorkPlan {
   public:
     explicit StillPlan(std::shared_ptr<Frame> still) : frame(std::move(still)) {}
 
-    std::shared_ptr<Lease> take(int /*node*/) override {
+    std::shared_ptr<Lease> take(const std::string& /*node*/) override {
         return isOver() ? nullptr : std::make_shared<Lease>(frame);
     }
-    void giveBack(int /*node*/, const std::shared_ptr<Lease>& /*lease*/,
+    void giveBack(const std::string& /*node*/, const std::shared_ptr<Lease>& /*lease*/,
                   LeaseEnd /*end*/) override {}
     void stop() override { stopped = true; }
     bool isStopped() const override { return stopped; }

@@ -46,9 +46,11 @@ TerminalView::Row& TerminalView::rowOf(const std::string& node) {
                                     [&](const Row& row) { return row.status.node == node; });
     if (found != rows.end())
         return *found;
-    rows.push_back({});
-    rows.back().status.node = node;
-    return rows.back();
+    const auto place = std::find_if(rows.begin(), rows.end(),
+                                    [&](const Row& row) { return row.status.node > node; });
+    Row& row = *rows.insert(place, Row());
+    row.status.node = node;
+    return row;
 }
 
 void TerminalView::keep(const std::string& line) {

@@ -26,15 +26,16 @@ enum class LeaseEnd {
     Failed
 };
 
-/// What is to be rendered, and by whom. For any thread. Nodes are numbered from 0.
+/// What is to be rendered, and by whom. For any thread.
 class WorkPlan {
   public:
     virtual ~WorkPlan() = default;
 
     /// What this node is to render next; waits until there is something. Null when the plan is
     /// over.
-    virtual std::shared_ptr<Lease> take(int node) = 0;
-    virtual void giveBack(int node, const std::shared_ptr<Lease>& lease, LeaseEnd end) = 0;
+    virtual std::shared_ptr<Lease> take(const std::string& node) = 0;
+    virtual void giveBack(const std::string& node, const std::shared_ptr<Lease>& lease,
+                          LeaseEnd end) = 0;
     /// No more work is given out, and the work in hand is to end.
     virtual void stop() = 0;
     virtual bool isStopped() const = 0;
