@@ -52,18 +52,20 @@ void DrLog::openFile(const String& path) {
     filePath = path;
 }
 
-void DrLog::moveLargeFile() {
-    if (fileLimit == 0 || fileKept)
+void DrLog::tendFile() {
+    if (filePath.isEmpty())
         return;
     const std::int64_t size = FileSystem::fileSize(filePath);
-    if (size >= 0 && static_cast<std::uint64_t>(size) < nextMove)
-        return;
+    const bool gone = size < 0;
+    if (gone || (fileLimit > 0 && !fileKept && static_cast<std::uint64_t>(size) >= nextMove))
+        renewFile(gone ? 0 : static_cast<std::uint64_t>(size));
+}
+
+void DrLog::renewFile(std::uint64_t size) {
     // Nobody else writes it, so nothing is lost in between.
     logFile.close();
-    const bool moved = moveAside(filePath, fileLimit);
     // What a full disk or another program prevents is not tried twice a second.
-    if (size >= 0)
-        nextMove = moved ? fileLimit : static_cast<std::uint64_t>(size) + fileLimit / 8;
+    nextMove = size == 0 || moveAside(filePath, fileLimit) ? fileLimit : size + fileLimit / 8;
     try {
         logFile.open(filePath, true, true);
     } catch (const Exception&) {
@@ -91,7 +93,7 @@ void DrLog::flush() {
         view->append(batch);
     const char* const ansi = batch.narrow();
     logFile.write(ansi);
-    moveLargeFile();
+    tendFile();
     std::fputs(ansi, stdout);
     std::fflush(stdout);
     if (closeRequested)

@@ -38,8 +38,8 @@ class DrLog {
     /// Opens DrLog.txt at `path` for appending. Throws the file exception. Owner's thread.
     void openFile(const String& path);
 
-    /// The file is moved aside when it has so many bytes; zero, as it is before this call, means
-    /// never. Owner's thread.
+    /// A file that somebody else moves or deletes is made again. It is moved aside when it has so
+    /// many bytes; zero, as it is before this call, means never. Owner's thread.
     void limitFile(std::uint64_t bytes) { fileLimit = nextMove = bytes; }
     /// While true it is not, so that what belongs together stays in one file. Any thread.
     void keepFile(bool keep) { fileKept = keep; }
@@ -66,7 +66,9 @@ class DrLog {
     bool append(const String& text);
     void wakeOwner() const;
     void takeBatch();
-    void moveLargeFile();
+    void tendFile();
+    /// Opens it anew, at its old path, where nothing is or what was there has been moved aside.
+    void renewFile(std::uint64_t size);
 
     LogView* view = nullptr;
     std::function<void()> closeHandler;

@@ -147,6 +147,10 @@ String workingDirectory() {
     return getcwd(buffer.data(), buffer.size()) == nullptr ? String() : String(buffer.data());
 }
 
+String portableName(const String& folder) {
+    return folder;
+}
+
 bool enterFolder(const String& path) {
     return chdir(toAnsi(path).c_str()) == 0;
 }

@@ -1,49 +1,92 @@
 #include "OrvaneCore/FileSystem.h"
 
-#include <direct.h>
+#include <fcntl.h>
 #include <io.h>
-#include <share.h>
-#include <sys/stat.h>
 #include <windows.h>
 
-#include <array>
 #include <string>
+#include <string_view>
+
+#include "OrvaneCore/LongPath-win32.h"
 
 namespace Orvane::FileSystem {
 
 namespace {
 
-const wchar_t* native(const String& path) {
-    return reinterpret_cast<const wchar_t*>(path.terminated());
-}
-
-int shareFlag(Sharing sharing) {
+DWORD shareMode(Sharing sharing) {
     switch (sharing) {
         case Sharing::All:
-            return _SH_DENYNO;
+            return FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
         case Sharing::DenyWriters:
-            return _SH_DENYWR;
+            return FILE_SHARE_READ;
         case Sharing::DenyAll:
             break;
     }
-    return _SH_DENYRW;
+    return 0;
+}
+
+DWORD accessOf(std::string_view mode) {
+    if (mode.find('+') != mode.npos)
+        return GENERIC_READ | GENERIC_WRITE;
+    return mode.starts_with('r') ? GENERIC_READ : GENERIC_WRITE;
+}
+
+DWORD creationOf(std::string_view mode) {
+    if (mode.starts_with('r'))
+        return OPEN_EXISTING;
+    return mode.starts_with('w') ? CREATE_ALWAYS : OPEN_ALWAYS;
+}
+
+int runtimeFlags(std::string_view mode) {
+    const int access = accessOf(mode) == GENERIC_READ ? _O_RDONLY : 0;
+    const int append = mode.starts_with('a') ? _O_APPEND : 0;
+    const int text = mode.find('b') == mode.npos ? _O_TEXT : 0;
+    return access | append | text | _O_NOINHERIT;
+}
+
+/// Owns the handle from here on, whatever comes of it.
+std::FILE* streamOf(HANDLE file, const char* mode) {
+    const int descriptor =
+        _open_osfhandle(reinterpret_cast<std::intptr_t>(file), runtimeFlags(mode));
+    if (descriptor < 0) {
+        CloseHandle(file);
+        return nullptr;
+    }
+    std::FILE* stream = _fdopen(descriptor, mode);
+    if (stream == nullptr)
+        _close(descriptor);
+    return stream;
 }
 
 DWORD attributes(const String& path) {
-    return GetFileAttributesW(native(path));
+    return GetFileAttributesW(longPath(path).c_str());
+}
+
+/// Not by its attributes: a file that somebody holds open and that is marked for deletion still has
+/// its name, and that is what counts.
+bool findEntry(const String& path, WIN32_FIND_DATAW& found) {
+    const std::u16string_view units = path.view();
+    const std::size_t nameAt = units.find_last_of(u"/\\") + 1;
+    if (units.find_first_of(u"*?", nameAt) != units.npos)
+        return false;
+    const HANDLE search = FindFirstFileW(longPath(path).c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE)
+        return false;
+    FindClose(search);
+    return true;
 }
 
 }  // namespace
 
 std::FILE* openFile(const String& path, const char* mode, Sharing sharing) {
-    // "N" is "not inherited": the host must not get the server's files.
-    const std::wstring wideMode =
-        std::wstring(mode, mode + std::char_traits<char>::length(mode)) + L"N";
-    return _wfsopen(native(path), wideMode.c_str(), shareFlag(sharing));
+    // No security attributes: no child process inherits the handle.
+    const HANDLE file = CreateFileW(longPath(path).c_str(), accessOf(mode), shareMode(sharing),
+                                    nullptr, creationOf(mode), FILE_ATTRIBUTE_NORMAL, nullptr);
+    return file == INVALID_HANDLE_VALUE ? nullptr : streamOf(file, mode);
 }
 
 bool isBeingWritten(const String& path) {
-    const HANDLE file = CreateFileW(native(path), GENERIC_READ, FILE_SHARE_READ, nullptr,
+    const HANDLE file = CreateFileW(longPath(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return GetLastError() == ERROR_SHARING_VIOLATION;
@@ -52,7 +95,7 @@ bool isBeingWritten(const String& path) {
 }
 
 std::int64_t fileSize(const String& path) {
-    const HANDLE file = CreateFileW(native(path), FILE_READ_ATTRIBUTES,
+    const HANDLE file = CreateFileW(longPath(path).c_str(), FILE_READ_ATTRIBUTES,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     LARGE_INTEGER size{};
@@ -68,16 +111,14 @@ std::int64_t fileSize(std::FILE* stream) {
 
 std::optional<std::uint64_t> freeSpace(const String& folder) {
     ULARGE_INTEGER available{};
-    if (GetDiskFreeSpaceExW(native(folder), &available, nullptr, nullptr) == 0)
+    if (GetDiskFreeSpaceExW(longPath(folder).c_str(), &available, nullptr, nullptr) == 0)
         return std::nullopt;
     return available.QuadPart;
 }
 
 bool isRegularFile(const String& path) {
-    // The 8-bit query of the runtime, not an attribute query: a file that another process holds
-    // open and that is marked for deletion must count as gone only when the runtime says so.
-    struct _stat64i32 found {};
-    return _stat64i32(path.narrow(), &found) == 0 && (found.st_mode & _S_IFREG) != 0;
+    WIN32_FIND_DATAW found{};
+    return findEntry(path, found) && (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
 bool exists(const String& path) {
@@ -90,7 +131,7 @@ bool isFolder(const String& path) {
 }
 
 bool deleteFile(const String& path) {
-    return DeleteFileW(native(path)) != 0;
+    return DeleteFileW(longPath(path).c_str()) != 0;
 }
 
 namespace {
@@ -160,15 +201,16 @@ bool deleteFile(const String& path, const Identity& file) {
 }
 
 bool copyFile(const String& from, const String& to) {
-    return CopyFileW(native(from), native(to), FALSE) != 0;
+    return CopyFileW(longPath(from).c_str(), longPath(to).c_str(), FALSE) != 0;
 }
 
 bool renameFile(const String& from, const String& to) {
-    return MoveFileExW(native(from), native(to), MOVEFILE_REPLACE_EXISTING) != 0;
+    return MoveFileExW(longPath(from).c_str(), longPath(to).c_str(), MOVEFILE_REPLACE_EXISTING) !=
+           0;
 }
 
 bool emptyFile(const String& path) {
-    const HANDLE file = CreateFileW(native(path), GENERIC_WRITE,
+    const HANDLE file = CreateFileW(longPath(path).c_str(), GENERIC_WRITE,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     TRUNCATE_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
@@ -178,18 +220,29 @@ bool emptyFile(const String& path) {
 }
 
 bool makeFolder(const String& path) {
-    return _mkdir(path.narrow()) == 0;
+    return CreateDirectoryW(longPath(path).c_str(), nullptr) != 0;
 }
 
 String workingDirectory() {
-    std::array<char, 10240> buffer{};
-    return _getcwd(buffer.data(), static_cast<int>(buffer.size())) == nullptr
-               ? String()
-               : String(buffer.data());
+    std::wstring folder(GetCurrentDirectoryW(0, nullptr), L'\0');
+    folder.resize(GetCurrentDirectoryW(static_cast<DWORD>(folder.size()), folder.data()));
+    return String(std::u16string(folder.begin(), folder.end()));
+}
+
+String portableName(const String& path) {
+    if (toWide(toAnsi(path)) == path)
+        return path;
+    const std::wstring wide = longPath(path);
+    std::wstring shortName(GetShortPathNameW(wide.c_str(), nullptr, 0), L'\0');
+    shortName.resize(
+        GetShortPathNameW(wide.c_str(), shortName.data(), static_cast<DWORD>(shortName.size())));
+    const String name = plainPath(shortName);
+    return !name.isEmpty() && toWide(toAnsi(name)) == name ? name : path;
 }
 
 bool enterFolder(const String& path) {
-    return SetCurrentDirectoryW(native(path)) != 0;
+    // The one call that knows no other form of a long path.
+    return SetCurrentDirectoryW(reinterpret_cast<const wchar_t*>(path.terminated())) != 0;
 }
 
 struct Listing::Native {
@@ -200,7 +253,7 @@ struct Listing::Native {
 
 Listing::Listing(const String& folder, const String& prefix) : native(new Native) {
     const String pattern = folder + "/" + prefix + "*";
-    native->search = FindFirstFileW(FileSystem::native(pattern), &native->found);
+    native->search = FindFirstFileW(longPath(pattern).c_str(), &native->found);
     native->pending = native->search != INVALID_HANDLE_VALUE;
 }
 

@@ -7,8 +7,9 @@
 
 #include "OrvaneCore/String.h"
 
-/// Files and folders by wide path. On Linux a path travels in its 8-bit form, which every path on
-/// disk survives. Nothing here throws but for lack of memory. All may be called from any thread.
+/// Files and folders by wide path, on Windows of any length and with any letters. On Linux a path
+/// travels in its 8-bit form, which every path on disk survives. Nothing here throws but for lack
+/// of memory. All may be called from any thread.
 namespace Orvane::FileSystem {
 
 /// What others may do with a file while it is open. Enforced on Windows only.
@@ -59,6 +60,9 @@ bool emptyFile(const String& path);
 bool makeFolder(const String& path);
 /// The process's current folder, without a trailing separator.
 String workingDirectory();
+/// Another name of an existing folder that its 8-bit form stands for, such as Windows' short one;
+/// the path itself when it is such a name already, or when there is none.
+String portableName(const String& folder);
 /// Makes a folder the process's current one. Before other threads are started.
 bool enterFolder(const String& path);
 

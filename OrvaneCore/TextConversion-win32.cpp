@@ -4,6 +4,19 @@
 
 namespace Orvane::TextConversion {
 
+namespace {
+
+/// Characters outside the code page become its default character, not one that looks alike: a path
+/// would lead into the folder of somebody else. The two code pages that have all characters take no
+/// such flag.
+DWORD strictly() {
+    constexpr UINT gb18030 = 54936;
+    const UINT page = GetACP();
+    return page == CP_UTF8 || page == gb18030 ? 0 : WC_NO_BEST_FIT_CHARS;
+}
+
+}  // namespace
+
 std::int64_t ansiToWide(std::string_view ansi, char16_t* out) {
     if (ansi.empty())
         return 0;
@@ -19,10 +32,11 @@ std::int64_t wideToAnsi(std::u16string_view wide, char* out) {
         return 0;
     const auto* text = reinterpret_cast<const wchar_t*>(wide.data());
     const int units = static_cast<int>(wide.size());
-    const int bytes = WideCharToMultiByte(CP_ACP, 0, text, units, nullptr, 0, nullptr, nullptr);
+    const DWORD flags = strictly();
+    const int bytes = WideCharToMultiByte(CP_ACP, flags, text, units, nullptr, 0, nullptr, nullptr);
     return out == nullptr
                ? bytes
-               : WideCharToMultiByte(CP_ACP, 0, text, units, out, bytes, nullptr, nullptr);
+               : WideCharToMultiByte(CP_ACP, flags, text, units, out, bytes, nullptr, nullptr);
 }
 
 }  // namespace Orvane::TextConversion

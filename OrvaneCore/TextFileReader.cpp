@@ -1,16 +1,32 @@
 #include "OrvaneCore/TextFileReader.h"
 
+#include <string_view>
+
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/FileSystem.h"
 #include "OrvaneCore/Str.h"
 
 namespace Orvane {
 
+namespace {
+
+/// Some editors put it before a text in UTF-8; the first line begins behind it.
+void skipByteOrderMark(std::FILE* stream) {
+    constexpr std::string_view mark = "\xEF\xBB\xBF";
+    std::array<char, mark.size()> first{};
+    if (std::fread(first.data(), 1, first.size(), stream) != first.size() ||
+        std::string_view(first.data(), first.size()) != mark)
+        std::rewind(stream);
+}
+
+}  // namespace
+
 void TextFileReader::open(const String& path) {
     close();
     stream = FileSystem::openFile(path, "r", FileSystem::Sharing::DenyWriters);
     if (stream == nullptr)
         throw fileException(path);
+    skipByteOrderMark(stream);
 }
 
 void TextFileReader::readLine(String& line) {

@@ -15,27 +15,23 @@ namespace {
 
 constexpr int wrongUsage = 2;
 
-struct Option {
-    const char* name;
-    const char* value;  // how the help calls it; null for an option that has none
-    const char* help;
-    /// Answers an exit status if the program is not to serve.
-    std::optional<int> (*obey)(const String& program, const String& value);
-};
-
 std::optional<int> enterFolder(const String& program, const String& folder);
 std::optional<int> showVersion(const String& program, const String& value);
 std::optional<int> showHelp(const String& program, const String& value);
 
-// In the order of the help.
-constexpr std::array options = {
+std::optional<String> folderOfCommandLine;
+
+constexpr std::array common = {
     Option{"--folder", "PATH", "work in that folder instead of the current one", enterFolder},
     Option{"--version", nullptr, "print the version and exit", showVersion},
     Option{"--help", nullptr, "print this text and exit", showHelp},
 };
 
+/// All that the program knows, in the order of the help.
+std::vector<Option> options;
+
 String usage(const String& program) {
-    constexpr std::int32_t column = 20;
+    constexpr std::int32_t column = 22;
     String text = "Usage: " + program + " [OPTION...]\n\n";
     text += "Lends this computer's 3ds Max to render masters until it is told to stop.\n\n";
     for (const Option& option : options) {
@@ -50,8 +46,10 @@ String usage(const String& program) {
 }
 
 std::optional<int> enterFolder(const String& program, const String& folder) {
-    if (FileSystem::enterFolder(folder))
+    if (FileSystem::enterFolder(folder)) {
+        folderOfCommandLine = FileSystem::workingDirectory();
         return std::nullopt;
+    }
     showAnswer(program + ": cannot work in '" + folder +
                    "': there is no such folder, or this user may not enter it\n",
                Answer::Error);
@@ -88,15 +86,18 @@ struct Typed {
 };
 
 const Option* find(const String& name) {
-    const auto* const found =
-        std::find_if(options.begin(), options.end(),
-                     [&name](const Option& option) { return name == String(option.name); });
-    return found == options.end() ? nullptr : found;
+    const auto found = std::find_if(options.begin(), options.end(), [&name](const Option& option) {
+        return name == String(option.name);
+    });
+    return found == options.end() ? nullptr : &*found;
 }
 
 }  // namespace
 
-std::optional<int> obeyCommandLine(const char* program, const std::vector<String>& arguments) {
+std::optional<int> obeyCommandLine(const char* program, std::span<const Option> own,
+                                   const std::vector<String>& arguments) {
+    options.assign(own.begin(), own.end());
+    options.insert(options.end(), common.begin(), common.end());
     for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
         Typed typed(*argument);
         const Option* const option = find(typed.name);
@@ -113,6 +114,10 @@ std::optional<int> obeyCommandLine(const char* program, const std::vector<String
             return status;
     }
     return std::nullopt;
+}
+
+const std::optional<String>& chosenFolder() {
+    return folderOfCommandLine;
 }
 
 }  // namespace Orvane

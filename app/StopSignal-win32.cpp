@@ -1,3 +1,4 @@
+#include "app/StopEvents-win32.h"
 #include "app/StopSignal.h"
 
 #include <windows.h>
@@ -11,7 +12,6 @@ namespace Orvane {
 
 namespace {
 
-HANDLE stopEvent = nullptr;
 HANDLE endEvent = nullptr;
 
 std::atomic<bool> woken = false;
@@ -19,7 +19,7 @@ DWORD waitingThread = 0;
 
 /// For notices after which the system ends the process: they return when it has ended in order.
 void stopAndWaitForTheEnd() {
-    SetEvent(stopEvent);
+    StopEvents::set();
     WaitForSingleObject(endEvent, INFINITE);
 }
 
@@ -27,24 +27,27 @@ BOOL WINAPI onConsoleEvent(DWORD event) {
     if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT)
         stopAndWaitForTheEnd();
     else
-        SetEvent(stopEvent);
+        StopEvents::set();
     return TRUE;
+}
+
+/// A service hears of every user who logs off, and is ended by the service manager only.
+BOOL WINAPI ignoreConsoleEvent(DWORD /*event*/) {
+    return TRUE;
+}
+
+PHANDLER_ROUTINE consoleHandler() {
+    return StopEvents::endWithSession ? onConsoleEvent : ignoreConsoleEvent;
 }
 
 LRESULT CALLBACK onMessage(HWND window, UINT message, WPARAM word, LPARAM value) {
     if (message == WM_ENDSESSION && word != 0)
         stopAndWaitForTheEnd();
     else if (message == WM_CLOSE)
-        SetEvent(stopEvent);
+        StopEvents::set();
     else
         return DefWindowProcW(window, message, word, value);
     return 0;
-}
-
-/// False when the stop event or the time-out came first.
-bool waitForMessage(std::chrono::milliseconds longest) {
-    return MsgWaitForMultipleObjects(1, &stopEvent, FALSE, static_cast<DWORD>(longest.count()),
-                                     QS_ALLINPUT) == WAIT_OBJECT_0 + 1;
 }
 
 void serveWindows() {
@@ -96,18 +99,18 @@ StopSignal::StopSignal() {
     // Without a window the thread has no queue yet for the message that wakes it.
     MSG message;
     PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);
-    stopEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    StopEvents::create();
     endEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    SetConsoleCtrlHandler(onConsoleEvent, TRUE);
-    hiddenWindow = std::make_unique<HiddenWindow>();
+    SetConsoleCtrlHandler(consoleHandler(), TRUE);
+    if (StopEvents::endWithSession)
+        hiddenWindow = std::make_unique<HiddenWindow>();
 }
 
 StopSignal::~StopSignal() {
     SetEvent(endEvent);
     hiddenWindow.reset();
-    SetConsoleCtrlHandler(onConsoleEvent, FALSE);
+    SetConsoleCtrlHandler(consoleHandler(), FALSE);
     CloseHandle(endEvent);
-    CloseHandle(stopEvent);
 }
 
 bool StopSignal::wait(std::chrono::milliseconds longest) {
@@ -116,11 +119,11 @@ bool StopSignal::wait(std::chrono::milliseconds longest) {
     auto left = longest;
     // The toolkit's sockets have a window on the main thread, and the end of the session waits for
     // its answers. A program that does not wait here serves its windows by itself.
-    while (left > left.zero() && !woken.exchange(false) && waitForMessage(left)) {
+    while (left > left.zero() && !woken.exchange(false) && StopEvents::waitForMessage(left)) {
         serveWindows();
         left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     }
-    return WaitForSingleObject(stopEvent, 0) == WAIT_OBJECT_0;
+    return StopEvents::areSet();
 }
 
 void StopSignal::wake() {

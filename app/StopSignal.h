@@ -5,8 +5,9 @@
 namespace Orvane {
 
 /// The ways in which a system asks a program to end other than through its window: SIGTERM, SIGINT
-/// and SIGHUP, or a Windows console's events, the end of the session and taskkill. One per process,
-/// created on the main thread before any other thread.
+/// and SIGHUP, or a Windows console's events, the end of the session, taskkill, the service manager
+/// and "--stop" of any server program. One per process, created on the main thread before any other
+/// thread.
 class StopSignal {
   public:
     StopSignal();

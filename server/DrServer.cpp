@@ -24,7 +24,11 @@ DrServer::~DrServer() {
 }
 
 void DrServer::makeDataFolder() {
-    config.dataFolder = FileSystem::workingDirectory() + "/drData/";
+    config.dataFolder = FileSystem::portableName(FileSystem::workingDirectory()) + "/drData/";
+    if (toWide(toAnsi(config.dataFolder)) != config.dataFolder)
+        log.log(String("No job can bring images: the plug-in cannot be told this folder, because "
+                       "its name has characters outside the system's code page: ") +
+                config.dataFolder);
     // Not looked at: it may well exist, and who writes into it will notice.
     FileSystem::makeFolder(config.dataFolder);
 }

@@ -7,6 +7,8 @@
 
 #include <array>
 
+#include "OrvaneCore/LongPath-win32.h"
+
 namespace Orvane {
 
 namespace {
@@ -44,7 +46,7 @@ RelayWakeup::~RelayWakeup() = default;
 
 void RelayWakeup::watch(const String& folder) {
     native->changes =
-        FindFirstChangeNotificationW(reinterpret_cast<const wchar_t*>(folder.terminated()), FALSE,
+        FindFirstChangeNotificationW(longPath(folder).c_str(), FALSE,
                                      FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE);
 }
 

@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "app/desktop/DrWindow.h"
+#include "app/desktop/RunningInstance.h"
 #include "app/desktop/WindowPlatform.h"
 
 namespace Orvane {
@@ -36,7 +37,10 @@ void DrApp::OnInitCmdLine(wxCmdLineParser& parser) {
 void DrApp::watchForTheEnd() {
     constexpr int stopPollMs = 250;
     stopTimer = std::make_unique<wxTimer>();
-    stopTimer->Bind(wxEVT_TIMER, [this](wxTimerEvent&) { pollStopSignal(); });
+    stopTimer->Bind(wxEVT_TIMER, [this](wxTimerEvent&) {
+        pollStopSignal();
+        pollOtherInstances();
+    });
     stopTimer->Start(stopPollMs);
     // Another program may still object to the end of the session; only then is it time to close.
     Bind(wxEVT_QUERY_END_SESSION, [](wxCloseEvent&) {});
@@ -58,6 +62,11 @@ void DrApp::pollStopSignal() {
         window->closeUnderMenu();
     else if (window != nullptr)
         window->Close(true);
+}
+
+void DrApp::pollOtherInstances() {
+    if (window != nullptr && RunningInstance::isWindowWanted())
+        window->restoreFromTray();
 }
 
 }  // namespace Orvane

@@ -24,6 +24,7 @@ class DrApp : public wxApp {
   private:
     void watchForTheEnd();
     void pollStopSignal();
+    void pollOtherInstances();
 
     StandardStreams streams;  // before anything opens the display
     StopSignal stopSignal;    // before the toolkit starts threads

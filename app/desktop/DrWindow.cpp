@@ -28,20 +28,19 @@ namespace {
 
 constexpr int saveImagesId = 3;
 constexpr int flushTimerId = 0;
-constexpr int borderPixels = 3;
+constexpr int borderWidth = 3;  // in pixels of a screen with 96 dpi
 constexpr int stopPollMs = 50;
 
 }  // namespace
 
 DrWindow::DrWindow(bool& serverFailed)
     : wxFrame(nullptr, wxID_ANY, wxString("Orvane Renderer DrServer | ") + versionText),
-      windowIcon(loadWindowIcon()),
       flushTimer(this, flushTimerId),
       failed(serverFailed) {
     layOut();
     Bind(wxEVT_CLOSE_WINDOW, &DrWindow::onClose, this);
     Bind(wxEVT_ICONIZE, &DrWindow::onIconize, this);
-    SetIcon(windowIcon);
+    SetIcons(loadWindowIcons());
     GetSizer()->Fit(this);
     log.setView(textCtrl);
     log.setCloseHandler([this] { giveUp(); });
@@ -56,6 +55,7 @@ DrWindow::~DrWindow() {
 void DrWindow::layOut() {
     WindowPlatform::setFrameColour(*this);
     auto* column = new wxBoxSizer(wxVERTICAL);
+    const int borderPixels = FromDIP(borderWidth);
     saveImages = new wxCheckBox(this, saveImagesId, "[DEBUG] Save sent images");
     saveImages->SetToolTip(
         "When enabled, saves all images sent from this slave in the DR server folder for "
@@ -79,7 +79,7 @@ wxSizer* DrWindow::makeFolderRow() {
     link->Bind(wxEVT_MENU_CLOSE, [this](wxMenuEvent&) { linkMenuOpen = false; });
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     row->Add(new wxStaticText(this, wxID_ANY, "Working directory:"), 0, wxALIGN_CENTER_VERTICAL);
-    row->Add(link, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, borderPixels);
+    row->Add(link, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, FromDIP(borderWidth));
     return row;
 }
 

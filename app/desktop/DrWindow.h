@@ -1,7 +1,6 @@
 #pragma once
 
 #include <wx/frame.h>
-#include <wx/icon.h>
 #include <wx/timer.h>
 
 #include <memory>
@@ -57,7 +56,6 @@ class DrWindow : public wxFrame {
 
     wxCheckBox* saveImages = nullptr;
     LogText* textCtrl = nullptr;
-    wxIcon windowIcon;
     wxTimer flushTimer;
     MyIcon* trayIcon = nullptr;        // ended with Destroy()
     std::unique_ptr<DrServer> server;  // before the log and the controls go

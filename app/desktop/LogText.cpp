@@ -33,7 +33,7 @@ std::vector<long> lengthsOfLines(const wxString& text) {
 }  // namespace
 
 LogText::LogText(wxWindow* parent)
-    : wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, wxSize(600, 400),
+    : wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, parent->FromDIP(wxSize(600, 400)),
                  wxTE_MULTILINE | wxTE_READONLY) {
     Bind(wxEVT_IDLE, [this](wxIdleEvent& event) {
         showPiece();

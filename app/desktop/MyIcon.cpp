@@ -1,6 +1,7 @@
 #include "app/desktop/MyIcon.h"
 
 #include <wx/menu.h>
+#include <wx/settings.h>
 
 #include <utility>
 
@@ -14,9 +15,16 @@ namespace {
 constexpr int displayCommand = 1;
 constexpr int quitCommand = 2;
 
+wxSize notificationSize() {
+    return {wxSystemSettings::GetMetric(wxSYS_SMALLICON_X),
+            wxSystemSettings::GetMetric(wxSYS_SMALLICON_Y)};
+}
+
 }  // namespace
 
-MyIcon::MyIcon(Commands userCommands) : commands(std::move(userCommands)), icon(loadWindowIcon()) {
+MyIcon::MyIcon(Commands userCommands)
+    : commands(std::move(userCommands)),
+      icon(loadWindowIcons().GetIcon(notificationSize(), wxIconBundle::FALLBACK_NEAREST_LARGER)) {
     Bind(WindowPlatform::trayRightClick(), &MyIcon::onRightUp, this);
     Bind(WindowPlatform::trayLeftClick(), &MyIcon::onLeftUp, this);
     Bind(wxEVT_MENU, &MyIcon::onMenu, this);

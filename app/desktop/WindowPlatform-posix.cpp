@@ -11,6 +11,10 @@ void setFrameColour(wxFrame& /*frame*/) {
     // A theme does that, and may change.
 }
 
+wxIconBundle iconsOfProgram() {
+    return {};
+}
+
 // GTK reports that the icon was activated or that its menu is wanted, and no single buttons.
 const TrayEvent& trayLeftClick() {
     return wxEVT_TASKBAR_LEFT_DOWN;

@@ -10,6 +10,11 @@ void setFrameColour(wxFrame& frame) {
     frame.SetBackgroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_3DFACE));
 }
 
+wxIconBundle iconsOfProgram() {
+    // The number that the resource file gives it.
+    return {"#1", nullptr};
+}
+
 const TrayEvent& trayLeftClick() {
     return wxEVT_TASKBAR_LEFT_UP;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <wx/iconbndl.h>
 #include <wx/taskbar.h>
 
 #include <functional>
@@ -11,6 +12,9 @@ namespace Orvane::WindowPlatform {
 
 /// Gives a frame that holds controls directly the colour that is meant to lie behind controls.
 void setFrameColour(wxFrame& frame);
+
+/// The icons that the program file itself carries for its system; empty where there are none.
+wxIconBundle iconsOfProgram();
 
 /// What the toolkit sends when the user clicks on the tray icon.
 using TrayEvent = wxEventTypeTag<wxTaskBarIconEvent>;

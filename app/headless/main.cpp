@@ -1,10 +1,12 @@
 #include <cstdlib>
 #include <thread>
 
+#include "OrvaneCore/ConsoleText.h"
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/StandardStreams.h"
 #include "app/CommandLine.h"
 #include "app/Console.h"
+#include "app/Service.h"
 #include "app/StopSignal.h"
 #include "server/Startup.h"
 
@@ -67,11 +69,17 @@ class HeadlessProgram {
     bool endedByItself = false;
 };
 
+int serve() {
+    const ConsoleText console;
+    return HeadlessProgram().run();
+}
+
 }  // namespace
 
 int main(int count, char** values) {
     const StandardStreams streams;
-    if (const auto status = obeyCommandLine("dr-server-headless", typedArguments(count, values)))
+    if (const auto status =
+            obeyCommandLine("dr-server-headless", headlessOptions(), typedArguments(count, values)))
         return *status;
-    return HeadlessProgram().run();
+    return runServer(serve);
 }

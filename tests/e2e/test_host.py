@@ -150,7 +150,7 @@ def test_sent_image_that_cannot_be_deleted(node, how):
             if how != "released":
                 node.wait_for(aside)
             if how == "set aside":
-                put_dump(node, "dumpOther.exr", image(400))
+                node.put_dump("dumpOther.exr", image(400))
                 assert master.image() == image(400)
         node.allow(2014, "go")
         assert master.image() == image(300)

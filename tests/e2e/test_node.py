@@ -89,8 +89,9 @@ def test_configuration_from_the_registry(node):
     assert log.endswith("Available 3dsmax versions:\n" + "".join(
         f"{year}: {folder}\n" for year, folder in found.items()))
 
-    # The file overrides the registry, as far as it is in order; a year alone removes a host.
-    file.write_text(default + "2013\n2011 /added\n2017 /unknown\n2014 /never read\n")
+    # The file overrides the registry, as far as it is in order; a year alone removes a host. Some
+    # editors put a mark first.
+    file.write_text("\ufeff" + default + "2013\n2011 /added\n2017 /unknown\n2014 /never read\n")
     node.start()
     shown = {2011: "/added", **found}
     del shown[2013]

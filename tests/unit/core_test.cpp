@@ -37,7 +37,8 @@ TEST(TextConversion, EveryByteGoesThroughBothWays) {
     EXPECT_EQ(std::string(wide.narrow()), all);
     EXPECT_TRUE(wide.view().substr(0x80 - 1, 3) == u"\u20AC\u0081\u201A");
     EXPECT_TRUE(wide.view().substr(0xE9 - 1, 1) == u"\u00E9");
-    EXPECT_EQ(toAnsi(String(u"\u4E2D\u20AC\u0416")), "?\x80?");
+    // Nor does a letter become one that looks like it.
+    EXPECT_EQ(toAnsi(String(u"\u4E2D\u20AC\u0416\u0141")), "?\x80??");
     EXPECT_TRUE(toWide("").isEmpty());
 }
 
@@ -151,6 +152,26 @@ TEST(TextFileReader, ReadsLinesOfAnyLength) {
         EXPECT_EQ(failure.getMessage(), String(message));
         EXPECT_EQ(failure.getCode(), 456U);
     }
+}
+
+TEST(FileSystem, HasNoLimitForPaths) {
+    using namespace FileSystem;
+    String folder = workingDirectory() + "/long";
+    makeFolder(folder);
+    for (int level = 0; level < 8; ++level) {
+        folder += "/" + String(std::string(50, 'x'));
+        makeFolder(folder);
+    }
+    const String file = folder + "//dump1.exr";
+    std::FILE* stream = openFile(file, "a+", Sharing::All);
+    ASSERT_NE(stream, nullptr);
+    std::fputs("image", stream);
+    std::fclose(stream);
+    EXPECT_TRUE(isFolder(folder) && isRegularFile(file) && !isRegularFile(folder));
+    EXPECT_EQ(fileSize(file), 5);
+    EXPECT_TRUE(copyFile(file, folder + "/copy") && freeSpace(folder));
+    EXPECT_EQ(Listing(folder, "du").next()->name, String("dump1.exr"));
+    EXPECT_TRUE(deleteFile(file) && !isRegularFile(file) && deleteFile(folder + "/copy"));
 }
 
 TEST(RegistryFile, FindsEntriesWhateverTheirCase) {

@@ -1,18 +1,24 @@
-"""What only Windows has: its desktop, its code pages, its installer, and masters of both kinds."""
+"""What only Windows has: its desktop, folders, services, installer, libraries, and masters of both
+kinds."""
 
 import os
+import re
 import shlex
+import socket
 import struct
 import subprocess
+from pathlib import Path
 
 import harness
 import pytest
 import test_job
 from conftest import node, undamaged  # noqa: F401, fixtures
-from desktop import ERROR, TITLE, Session, xdo
-from harness import END_RENDER, ONLINE, Master, eventually, image, platform
+from desktop import ERROR, TITLE, Session, said_by, xdo
+from harness import (DISCOVERY, END_RENDER, LOOPBACK, MASTER, ONLINE, PATIENCE, SERVER, Master,
+                     eventually, image, platform, seen)
 from on_win32 import wine
 
+ROOT = Path(__file__).parents[2]
 DESKTOP = shlex.split(os.environ["ORVANE_DESKTOP"])
 MASTERS = [shlex.split(master) for master in os.environ["ORVANE_MASTERS"].split(":")]
 NAME = "Orvane DR Server"
@@ -74,6 +80,46 @@ def test_other_code_page(node, tmp_path, monkeypatch):
         test_job.test_two_whole_jobs(cyrillic)
 
 
+def dos(path):
+    return "Z:" + str(path).replace("/", "\\")
+
+
+class FarFromItsHosts(harness.Node):
+    """The configuration can name folders of the code page only, and hosts are in such."""
+
+    def host(self, year):
+        return Path(os.environ["WINEPREFIX"]).parent / f"3ds Max {year}"
+
+
+@pytest.mark.parametrize("where", ["letters", "share", "depth"])
+def test_any_folder(node, tmp_path, monkeypatch, where):
+    folder = tmp_path / ("Nöde 1" if where == "share" else "Łódź 日本")
+    if where == "depth":
+        # As deep as a current folder may be; what lies below it is beyond the old limit.
+        folder = folder / ("x" * 200)
+        folder = folder.with_name("x" * (200 + 256 - len(dos(folder))))
+    if where == "share":
+        share = tmp_path / "wine/dosdevices/unc/node/share"
+        share.parent.mkdir(parents=True)
+        share.symlink_to(tmp_path)
+        monkeypatch.setattr(
+            harness, "SERVER", [*SERVER, "--folder", "\\\\node\\share\\" + folder.name])
+    with FarFromItsHosts(folder) as odd:
+        odd.ready(*ONLINE, "dump dumpA.exr 1000", "hear", "close")
+        with Master() as master:
+            assert master.job().image() == image(1000)
+            if where != "depth":  # which Wine's interpreter does not reach
+                # Others may take the log away meanwhile; another one is begun.
+                old = odd.data / "old.txt"
+                wine("cmd", "/c", "ren", dos(odd.data / "DrLog.txt"), old.name)
+                assert old.exists()
+                wine("cmd", "/c", "del", dos(old))
+                eventually(lambda: not old.exists() and (odd.data / "DrLog.txt").exists())
+            master.send(END_RENDER)
+            assert master.at_end()
+        assert "No job can bring images" not in odd.final_log()
+
+
 @pytest.fixture
 def session(tmp_path):
     with Session(tmp_path / "session") as made:
@@ -82,22 +128,29 @@ def session(tmp_path):
 
 def test_window(session, node, tmp_path, monkeypatch):
     monkeypatch.setattr(harness, "SERVER", DESKTOP)
+    with harness.Node(tmp_path / "second") as second, socket.socket(type=socket.SOCK_DGRAM) as pings:
+        pings.bind(("", DISCOVERY))
+        with socket.create_server(("", LOOPBACK)), socket.create_server(("", MASTER)):
+            second.configure("2016 C:/nowhere")
+            second.spawn()
+            for _ in ("loopback", "masters"):
+                box = session.in_front(ERROR)
+                session.press("Return")
+                eventually(lambda: box not in session.windows(ERROR))
+            assert second.ended() == 1
+        assert "Cannot bind to discovery port (UDP 19666)" in second.log()
     node.ready(*ONLINE, "dump dumpA.exr 65537", "gone dumpA.exr", "hear", "close")
     session.in_front(TITLE)
-    with harness.Node(tmp_path / "second") as second:
-        second.configure("2016 C:/nowhere")
-        second.spawn()
-        for _ in ("loopback", "masters"):
-            box = session.in_front(ERROR)
-            session.press("Return")
-            eventually(lambda: box not in session.windows(ERROR))
-        assert second.ended() == 1
-        assert "Cannot bind to discovery port (UDP 19666)" in second.log()
-    for way in ("icon", "menu"):
+    for way in ("icon", "menu", "another start"):
         session.press("alt+F9")
         session.shows(TITLE, 0)
-        icon = eventually(lambda: xdo("search", "--onlyvisible", "--name", "YXTrayEmbedder"))[0]
-        session.click(icon, 8, 8, button=1 if way == "icon" else 3)
+        if way == "another start":
+            assert subprocess.run([*DESKTOP, "--autostart"]).returncode == 0
+            session.shows(TITLE, 0)
+            assert subprocess.run(DESKTOP).returncode == 0
+        else:
+            icon = eventually(lambda: xdo("search", "--onlyvisible", "--name", "YXTrayEmbedder"))[0]
+            session.click(icon, 8, 8, button=1 if way == "icon" else 3)
         if way == "menu":
             session.click(session.shows(""), 40, 10)
         session.in_front(TITLE)
@@ -115,13 +168,88 @@ def test_window(session, node, tmp_path, monkeypatch):
     assert node.ended() == 0 and node.errors() == ""
 
 
+def size_of(window):
+    return [int(n) for n in re.search("Geometry: (.*)x(.*)", "\n".join(
+        said_by("xdotool", "getwindowgeometry", window).splitlines())).groups()]
+
+
+def test_window_is_as_large_on_a_finer_screen(session, node, monkeypatch):
+    monkeypatch.setattr(harness, "SERVER", DESKTOP)
+    sizes = []
+    for dpi in (96, 192):
+        wine("reg", "add", r"HKCU\Control Panel\Desktop", "/v", "LogPixels", "/t", "REG_DWORD",
+             "/d", str(dpi), "/f")
+        subprocess.run(["wineserver", "-k"])
+        subprocess.run(["wineserver", "-w"])
+        node.configure()
+        node.start()
+        sizes.append(size_of(session.in_front(TITLE)))
+        assert subprocess.run([*DESKTOP, "--stop", str(PATIENCE)]).returncode == 0
+        assert node.ended() == 0
+    assert all(1.8 < fine / coarse < 2.2 for coarse, fine in zip(*sizes))
+
+
+def state_of_service():
+    query = subprocess.run(["wine", "sc", "query", "OrvaneDrServer"], capture_output=True, text=True)
+    found = re.search(r"STATE .*  ([A-Z_]+)", query.stdout)
+    return found and found[1]
+
+
+def service_folder(tmp_path):
+    return tmp_path / "wine/drive_c/ProgramData" / NAME
+
+
+def test_service(session, node, tmp_path):
+    with harness.Node(service_folder(tmp_path)) as service:
+        service.configure(f"2014 {seen(service.install(2014, *ONLINE, 'hear', 'close'))}")
+        log = service.data / "DrLog.txt"
+        assert subprocess.run([*SERVER, "--install-service"]).returncode == 0
+        eventually(lambda: log.exists() and b"2014: " in log.read_bytes())
+        # Another user's window leaves the work to it, silently if only the logon wanted it.
+        assert subprocess.run([*DESKTOP, "--autostart"]).returncode == 0
+        assert session.windows(NAME) == []
+        with subprocess.Popen(DESKTOP) as desktop:
+            session.in_front(NAME)
+            session.press("Return")
+            assert desktop.wait(PATIENCE) == 0
+        with Master() as master:
+            master.job()
+            eventually(lambda: b"DR is running" in log.read_bytes())
+            # Asked to stop, it ends its job first, and says so to the service manager meanwhile.
+            with subprocess.Popen(["wine", "net", "stop", "OrvaneDrServer"]):
+                eventually(lambda: state_of_service() == "STOP_PENDING", state_of_service)
+                assert subprocess.run([*SERVER, "--stop", "0"]).returncode == 3
+                master.send(END_RENDER)
+                assert master.at_end()
+        assert subprocess.run([*SERVER, "--stop", str(PATIENCE)]).returncode == 0
+        eventually(lambda: state_of_service() == "STOPPED", state_of_service)
+        wine("net", "start", "OrvaneDrServer")
+        assert subprocess.run([*SERVER, "--remove-service"]).returncode == 0
+        assert state_of_service() is None and log.exists()
+        assert subprocess.run([*SERVER, "--service"]).returncode == 1
+
+
 def test_installer(session, node, tmp_path):
     drive = tmp_path / "wine/drive_c"
     programs = drive / "Program Files" / NAME
     start_menu = drive / "ProgramData/Microsoft/Windows/Start Menu/Programs"
     shortcuts = [start_menu / f"{NAME}.lnk", start_menu / "StartUp" / f"{NAME}.lnk"]
-    setup = ["wine", os.environ["ORVANE_SETUP"], "/S"]
-    assert subprocess.run(setup).returncode == 0
+
+    def run(program, *switches):
+        """The exit code, and what it writes into its log."""
+        log = drive / "setup.log"
+        log.unlink(missing_ok=True)
+        status = subprocess.run(["wine", program, "/S", "/LOG=C:\\setup.log", *switches]).returncode
+        return status, log.read_text("latin-1")
+
+    def setup(*switches):
+        return run(os.environ["ORVANE_SETUP"], *switches)
+
+    def uninstall(*switches):
+        return run(programs / "uninstall.exe", *switches)
+
+    status, log = setup("/REMOTE=10.1.0.0/16,LocalSubnet")
+    assert status == 0 and log.count("remoteip=10.1.0.0/16,LocalSubnet: 0\n") == 4, log
     assert all(path.exists() for path in shortcuts)
     assert sorted(path.name for path in programs.iterdir()) == [
         "README.txt", "dr-master.exe", "dr-server-headless.exe", "dr-server.exe", "libraries.txt",
@@ -129,16 +257,50 @@ def test_installer(session, node, tmp_path):
 
     # The program would keep a pipe open that it is started with.
     subprocess.run(["wine", "start", "/unix", shortcuts[1]], check=True, stdout=subprocess.DEVNULL)
-    session.in_front(TITLE)
-    (log,) = eventually(lambda: list(drive.glob("users/*/AppData/Local/drData/DrLog.txt")))
-    # Neither replaced nor removed while it runs.
-    assert subprocess.run(setup).returncode != 0
-    session.in_front(TITLE)
-    session.press("alt+F4")
-    session.shows(TITLE, 0)
+    first = session.in_front(TITLE)
+    # An upgrade ends it, and starts it again.
+    assert setup()[0] == 0
+    eventually(lambda: session.windows(TITLE) not in ([], [first]))
 
-    wine(str(programs / "uninstall.exe"), "/S")
-    eventually(lambda: not programs.exists(), lambda: list(programs.iterdir()))
-    assert not any(path.exists() for path in shortcuts)
-    assert NAME not in wine("reg", "query", r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall")
-    assert b"DR server started\r\n" in log.read_bytes()
+    with harness.Node(service_folder(tmp_path)) as service:
+        service.configure(f"2014 {seen(service.install(2014, *ONLINE, 'hear', 'close'))}")
+        status, log = setup("/SERVICE", "/NOSTARTMENU", "/ACCOUNT=NT AUTHORITY\\NetworkService")
+        assert (status, state_of_service()) == (0, "RUNNING"), log
+        assert not any(path.exists() for path in shortcuts)
+        assert log.count("remoteip=10.1.0.0/16,LocalSubnet: 0\n") == 4
+        session.shows(TITLE, 0)
+        with Master() as master:
+            master.job()
+            for attempt in (setup, uninstall):
+                status, log = attempt("/WAIT=0")
+                assert status == 3 and "A job still runs" in log, log
+            master.send(END_RENDER)
+            assert master.at_end()
+        assert setup()[0] == 0 and state_of_service() == "RUNNING"
+        assert "NetworkService" in wine(
+            "reg", "query", r"HKLM\SYSTEM\CurrentControlSet\Services\OrvaneDrServer")
+        assert setup("/SERVICE", "/ACCOUNT=nobody here")[0] == 11
+        assert uninstall()[0] == 0
+        assert state_of_service() is None
+        eventually(lambda: not programs.exists(), lambda: list(programs.iterdir()))
+        assert NAME not in wine(
+            "reg", "query", r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall")
+        assert (service.data / "DrLog.txt").exists()
+
+
+def test_no_older_library_unless_it_is_named(tmp_path):
+    """An archive that lists a security update without having it, as apt sees that."""
+    sources = {"libpng-dev": "libpng1.6", "libimath-dev": "imath", "libopenexr-dev": "openexr",
+               "libwxgtk3.2-dev": "wxwidgets3.2"}
+    listed = "".join(f"Package: {p}\nSource: {s}\nVersion: 1.0-1+deb12u9\n" for p, s in sources.items())
+    answers = {"apt-cache": f"[ $1 = show ] && echo '{listed}' || echo Version: 1.0-1+deb12u9",
+               "apt-get": "case \"$*\" in *' source '*) exit 100 ;; esac"}
+    for name, answer in answers.items():
+        (tmp_path / name).write_text(f"#!/bin/sh\n{answer}\n")
+        (tmp_path / name).chmod(0o755)
+    environment = {**os.environ, "PATH": f"{tmp_path}:{os.environ['PATH']}",
+                   "ORVANE_CACHE": str(tmp_path / "cache")}
+    built = subprocess.run([ROOT / "scripts/windows-dependencies"], env=environment,
+                           capture_output=True, text=True)
+    assert built.returncode == 1
+    assert "libpng1.6: the archive lists 1.0-1+deb12u9" in built.stderr

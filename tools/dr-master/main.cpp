@@ -2,6 +2,7 @@
 #include <exception>
 
 #include "CommandLine.h"
+#include "OrvaneCore/ConsoleText.h"
 #include "OrvaneCore/StandardStreams.h"
 #include "Terminal.h"
 
@@ -17,6 +18,7 @@ ExitStatus report(ExitStatus status, const char* what, const std::string& remedy
 }
 
 ExitStatus run(int argc, const char* const* argv) {
+    const Orvane::ConsoleText console;
     try {
         Orvane::Terminal::prepare();
         return Orvane::runCommandLine(argc, argv);
