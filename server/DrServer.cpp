@@ -43,7 +43,8 @@ void DrServer::openDoor() {
 }
 
 void DrServer::serveMasters() {
-    const JobServices services{log, config, maxInvoker, *loopbackListener, relayWakeup, dumps};
+    const JobServices services{log,         config, maxInvoker, hostEnd, *loopbackListener,
+                               relayWakeup, dumps};
     MasterLoop(*door, services, stopRequested).run();
     log.requestClose();
 }

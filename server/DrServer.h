@@ -43,6 +43,7 @@ class DrServer {
     DrConfig config;
     DumpFolder dumps{config, log, stopRequested};
     RelayWakeup relayWakeup;
+    WaitSignal hostEnd;
     StandbyThread maxInvoker;
     std::unique_ptr<Door> door;
     std::unique_ptr<LoopbackListener> loopbackListener;

@@ -28,12 +28,14 @@ void HostRun::start(const String& line, const String& outputPath) {
     output = std::make_unique<HostOutput>(outputPath);
     command = std::make_unique<Command>(line, priority,
                                         [this](std::string_view bytes) { output->take(bytes); });
+    hostEnd.clear();
     maxInvoker.run([](void* self) { static_cast<HostRun*>(self)->run(); }, this);
 }
 
 void HostRun::run() {
     outcome = command->run();
     output->write();
+    hostEnd.set();
 }
 
 void HostRun::release() {

@@ -16,7 +16,10 @@ class HostRun {
   public:
     /// `services` must outlive the run.
     explicit HostRun(const JobServices& services)
-        : maxInvoker(services.maxInvoker), log(services.log), config(services.config) {}
+        : maxInvoker(services.maxInvoker),
+          hostEnd(services.hostEnd),
+          log(services.log),
+          config(services.config) {}
     /// The command line must have ended: it is this object's.
     ~HostRun() = default;
     HostRun(const HostRun&) = delete;
@@ -44,6 +47,7 @@ class HostRun {
     void logEnd();
 
     StandbyThread& maxInvoker;
+    WaitSignal& hostEnd;
     DrLog& log;
     const DrConfig& config;
     std::unique_ptr<HostOutput> output;
