@@ -149,11 +149,19 @@ std::size_t Connection::receive(void* buffer, std::size_t size, int flags,
 }
 
 std::size_t Connection::write(const void* bytes, std::size_t size) {
+    return writeAll(bytes, size, 0);
+}
+
+std::size_t Connection::writeHead(const void* bytes, std::size_t size) {
+    return writeAll(bytes, size, SocketSetup::moreFollowsFlag());
+}
+
+std::size_t Connection::writeAll(const void* bytes, std::size_t size, int flags) {
     const auto deadline = nextDeadline();
     std::size_t done = 0;
     while (done < size) {
         const char* const rest = static_cast<const char*>(bytes) + done;
-        const std::size_t sent = writeSome(rest, size - done, deadline);
+        const std::size_t sent = send(rest, size - done, flags, deadline);
         if (sent == 0)
             break;
         done += sent;
@@ -162,9 +170,14 @@ std::size_t Connection::write(const void* bytes, std::size_t size) {
 }
 
 std::size_t Connection::writeSome(const void* bytes, std::size_t size, Clock::time_point deadline) {
+    return send(bytes, size, 0, deadline);
+}
+
+std::size_t Connection::send(const void* bytes, std::size_t size, int flags,
+                             Clock::time_point deadline) {
     while (isAlive()) {
         asio::error_code error;
-        const std::size_t sent = native->socket.write_some(asio::buffer(bytes, size), error);
+        const std::size_t sent = native->socket.send(asio::buffer(bytes, size), flags, error);
         const Outcome outcome = outcomeOf(error);
         if (outcome == Outcome::Moved)
             return sent;

@@ -40,6 +40,8 @@ class Connection {
     /// an error. Only the latter two end the connection.
     [[nodiscard]] std::size_t read(void* buffer, std::size_t size);
     std::size_t write(const void* bytes, std::size_t size);
+    /// The same for bytes that others follow at once: they may leave with those.
+    std::size_t writeHead(const void* bytes, std::size_t size);
 
     /// When a read or write that begins now would give up.
     Clock::time_point nextDeadline() const {
@@ -79,6 +81,8 @@ class Connection {
   private:
     struct Native;
     explicit Connection(std::unique_ptr<Native> connected);
+    std::size_t writeAll(const void* bytes, std::size_t size, int flags);
+    std::size_t send(const void* bytes, std::size_t size, int flags, Clock::time_point deadline);
     std::size_t receive(void* buffer, std::size_t size, int flags, Clock::time_point deadline);
     void end(bool byError);
 

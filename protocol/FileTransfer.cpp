@@ -172,7 +172,11 @@ int sendFile(Connection& connection, InputFile& file, TransferProgress progress,
     if (size < 0 || !connection.isAlive())
         return 1;
     connection.setTimeout(Timeouts::fileSendSeconds);
-    connection.write(&size, sizeof(size));
+    // Not looked at: where it fails the bytes do, too.
+    if (size > 0)
+        connection.writeHead(&size, sizeof(size));
+    else
+        connection.write(&size, sizeof(size));
     Course course(connection, size, progress, argument);
     while (course.left() > 0) {
         const std::size_t sent = file.sendSome(connection, course.left(), course.nextDeadline());
