@@ -201,11 +201,21 @@ std::wstring interpreter() {
     return std::wstring(path.data(), used) + L"\\cmd.exe";
 }
 
-/// Ours are inherited: a host that fails is to end, not to show a box and wait for somebody.
-void wantNoErrorBoxes() {
-    SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX |
-                 SEM_NOOPENFILEERRORBOX);
-}
+/// Inherited by what is started meanwhile: a host that fails is to end, not to show a box and wait
+/// for somebody. Not for good, because it would keep our own crashes from being reported.
+class NoErrorBoxes {
+  public:
+    NoErrorBoxes() : before(GetErrorMode()) {
+        SetErrorMode(before | SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX |
+                     SEM_NOOPENFILEERRORBOX);
+    }
+    ~NoErrorBoxes() { SetErrorMode(before); }
+    NoErrorBoxes(const NoErrorBoxes&) = delete;
+    NoErrorBoxes& operator=(const NoErrorBoxes&) = delete;
+
+  private:
+    UINT before;
+};
 
 }  // namespace
 
@@ -222,7 +232,7 @@ struct Command::Native {
 
     /// Answers 0 or the system's error.
     DWORD start(const String& line, Priority priority, HANDLE outputEnd) {
-        wantNoErrorBoxes();
+        const NoErrorBoxes inherited;
         // What it expands to is not looked at again, so no name in a path is taken for a variable.
         SetEnvironmentVariableW(percentVariable, L"%");
         const std::wstring program = interpreter();

@@ -138,7 +138,7 @@ namespace {
 
 /// Opens with FILE_READ_ATTRIBUTES and more, whatever others do with the file. Null on failure.
 HANDLE openShared(const String& path, DWORD access, DWORD flags) {
-    const HANDLE file = CreateFileW(native(path), FILE_READ_ATTRIBUTES | access,
+    const HANDLE file = CreateFileW(longPath(path).c_str(), FILE_READ_ATTRIBUTES | access,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL | flags, nullptr);
     return file == INVALID_HANDLE_VALUE ? nullptr : file;

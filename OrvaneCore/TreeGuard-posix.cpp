@@ -2,19 +2,18 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
+
+#include "OrvaneCore/SpawnSettings-posix.h"
 
 extern char** environ;
 
@@ -28,38 +27,13 @@ constexpr int commandOutput = 1;
 constexpr int serverLink = 2;
 constexpr int firstOther = 3;
 
+constexpr int lowPriorityNice = 10;
+
 sigset_t allSignals() {
     sigset_t all;
     sigfillset(&all);
     return all;
 }
-
-/// How the interpreter is started: in a session of its own, which no key in a terminal reaches, and
-/// with signals as a program expects them.
-class SpawnSettings {
-  public:
-    SpawnSettings() {
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, commandOutput, STDERR_FILENO);
-        posix_spawnattr_init(&attributes);
-        sigset_t none;
-        sigemptyset(&none);
-        posix_spawnattr_setsigmask(&attributes, &none);
-        const sigset_t all = allSignals();
-        posix_spawnattr_setsigdefault(&attributes, &all);
-        posix_spawnattr_setflags(
-            &attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
-    }
-    ~SpawnSettings() {
-        posix_spawnattr_destroy(&attributes);
-        posix_spawn_file_actions_destroy(&actions);
-    }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
-
-    posix_spawn_file_actions_t actions{};
-    posix_spawnattr_t attributes{};
-};
 
 /// Runs in a fork of a program with several threads: nothing here may allocate or take a lock.
 class Guard {
@@ -70,7 +44,7 @@ class Guard {
     [[noreturn]] void run(bool lowPriority, int guardLink, int outputEnd) {
         leaveTheServer(guardLink, outputEnd);
         if (lowPriority)
-            setpriority(PRIO_PROCESS, 0, 10);
+            setpriority(PRIO_PROCESS, 0, std::max(getpriority(PRIO_PROCESS, 0), lowPriorityNice));
         const int error = posix_spawn(&interpreter, "/bin/sh", &settings.actions,
                                       &settings.attributes, arguments, environ);
         if (error != 0)
@@ -168,7 +142,9 @@ int startTreeGuard(const std::string& line, bool lowPriority, int guardLink, int
     std::string option = "-c";
     std::string command = line;
     const std::array<char*, 4> arguments = {shell.data(), option.data(), command.data(), nullptr};
-    const SpawnSettings settings;
+    // In a session of its own, which no key in a terminal reaches.
+    SpawnSettings settings(POSIX_SPAWN_SETSID);
+    settings.giveStream(commandOutput, STDERR_FILENO);
     // The guard hears no signal, and must not run the server's handlers before it says so.
     const sigset_t all = allSignals();
     sigset_t before;

@@ -37,6 +37,13 @@ StopSignal::StopSignal() {
 
 StopSignal::~StopSignal() = default;
 
+// Linux says how long a program may take where it is told to start it.
+bool StopSignal::isUrgent() {
+    return false;
+}
+
+void StopSignal::makeUrgent() {}
+
 bool StopSignal::wait(std::chrono::milliseconds longest) {
     const sigset_t set = awaitedSignals();
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(longest);

@@ -1,4 +1,3 @@
-#include "app/StopEvents-win32.h"
 #include "app/StopSignal.h"
 
 #include <windows.h>
@@ -8,6 +7,8 @@
 #include <memory>
 #include <thread>
 
+#include "app/StopEvents-win32.h"
+
 namespace Orvane {
 
 namespace {
@@ -16,9 +17,11 @@ HANDLE endEvent = nullptr;
 
 std::atomic<bool> woken = false;
 DWORD waitingThread = 0;
+std::atomic<bool> urgent = false;
 
 /// For notices after which the system ends the process: they return when it has ended in order.
 void stopAndWaitForTheEnd() {
+    urgent = true;
     StopEvents::set();
     WaitForSingleObject(endEvent, INFINITE);
 }
@@ -40,9 +43,16 @@ PHANDLER_ROUTINE consoleHandler() {
     return StopEvents::endWithSession ? onConsoleEvent : ignoreConsoleEvent;
 }
 
+/// The reason is for the screen that shows what holds up the end of the session.
 LRESULT CALLBACK onMessage(HWND window, UINT message, WPARAM word, LPARAM value) {
+    if (message == WM_QUERYENDSESSION) {
+        ShutdownBlockReasonCreate(window, L"Ending 3ds Max and the DR server");
+        return TRUE;
+    }
     if (message == WM_ENDSESSION && word != 0)
         stopAndWaitForTheEnd();
+    else if (message == WM_ENDSESSION)
+        ShutdownBlockReasonDestroy(window);
     else if (message == WM_CLOSE)
         StopEvents::set();
     else
@@ -111,6 +121,14 @@ StopSignal::~StopSignal() {
     hiddenWindow.reset();
     SetConsoleCtrlHandler(consoleHandler(), FALSE);
     CloseHandle(endEvent);
+}
+
+bool StopSignal::isUrgent() {
+    return urgent;
+}
+
+void StopSignal::makeUrgent() {
+    urgent = true;
 }
 
 bool StopSignal::wait(std::chrono::milliseconds longest) {

@@ -20,6 +20,12 @@ class StopSignal {
     bool wait(std::chrono::milliseconds longest);
     /// Ends the wait that is under way, or the next one. Any thread.
     void wake();
+
+    /// True once the system gives the program only seconds to end: at the end of a Windows session,
+    /// or when a Windows console is closed. Any thread.
+    static bool isUrgent();
+    /// Makes it so, for a program whose own window hears of it first.
+    static void makeUrgent();
 };
 
 }  // namespace Orvane

@@ -46,8 +46,11 @@ std::uint32_t networkOf(std::uint32_t address, unsigned int prefix) {
 
 std::string dottedText(std::uint32_t address) {
     std::string text;
-    for (unsigned int shift = addressBits; shift > 0; shift -= partBits)
-        text += (text.empty() ? "" : ".") + std::to_string(address >> (shift - partBits) & 0xFF);
+    for (unsigned int shift = addressBits; shift > 0; shift -= partBits) {
+        if (!text.empty())
+            text += '.';
+        text += std::to_string(address >> (shift - partBits) & 0xFF);
+    }
     return text;
 }
 
@@ -87,9 +90,11 @@ bool MasterList::admits(const String& address) const {
 String MasterList::text() const {
     std::string text;
     for (const Network& network : networks) {
-        text += (text.empty() ? "" : " ") + dottedText(network.address);
+        if (!text.empty())
+            text += ' ';
+        text += dottedText(network.address);
         if (network.prefix != addressBits)
-            text += "/" + std::to_string(network.prefix);
+            text.append(1, '/').append(std::to_string(network.prefix));
     }
     return text;
 }

@@ -15,7 +15,7 @@ using asio::ip::udp;
 
 class SystemCalls : public DatagramCalls {
   public:
-    explicit SystemCalls(unsigned short port) {
+    explicit SystemCalls(const Endpoint& local) {
         const SocketHandle handle = SocketSetup::openDatagram();
         SocketSetup::ignoreAbsentPeers(handle);
         asio::error_code error;
@@ -24,7 +24,7 @@ class SystemCalls : public DatagramCalls {
             return;
         socket.set_option(udp::socket::broadcast(true), error);
         socket.non_blocking(true, error);
-        socket.bind({udp::v4(), port}, error);
+        socket.bind(local, error);
         bound = !error;
     }
 
@@ -55,7 +55,11 @@ struct DatagramSocket::State {
 };
 
 DatagramSocket::DatagramSocket(unsigned short port)
-    : DatagramSocket(std::make_unique<SystemCalls>(port)) {}
+    : DatagramSocket(std::make_unique<SystemCalls>(udp::endpoint(udp::v4(), port))) {}
+
+DatagramSocket::DatagramSocket(unsigned short port, const String& address)
+    : DatagramSocket(std::make_unique<SystemCalls>(
+          udp::endpoint(asio::ip::make_address_v4(toAnsi(address)), port))) {}
 
 DatagramSocket::DatagramSocket(std::unique_ptr<DatagramCalls> systemCalls)
     : state(new State{std::move(systemCalls), std::nullopt}) {}

@@ -14,6 +14,8 @@ class DatagramSocket {
   public:
     /// Bound to all interfaces; port 0 lets the system choose.
     explicit DatagramSocket(unsigned short port);
+    /// Bound to one dotted address of this machine, which others then see as the sender.
+    DatagramSocket(unsigned short port, const String& address);
     /// With calls of another's making, for what systems answer only now and then.
     explicit DatagramSocket(std::unique_ptr<DatagramCalls> systemCalls);
     ~DatagramSocket();

@@ -44,7 +44,7 @@ void DrServer::openDoor() {
 
 void DrServer::serveMasters() {
     const JobServices services{log,         config, maxInvoker, hostEnd, *loopbackListener,
-                               relayWakeup, dumps};
+                               relayWakeup, dumps,  hostSwitch};
     MasterLoop(*door, services, stopRequested).run();
     log.requestClose();
 }
@@ -53,6 +53,11 @@ void DrServer::requestStop() {
     stopRequested = true;
     discoveryReplier->requestStop();
     door->requestStop();
+}
+
+void DrServer::endHost() {
+    if (hostSwitch.turnOff())
+        log.log("Ending 3ds max: there are only seconds left");
 }
 
 bool DrServer::isBusy() const {

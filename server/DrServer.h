@@ -9,6 +9,7 @@
 #include "server/DiscoveryReplier.h"
 #include "server/Door.h"
 #include "server/DumpFolder.h"
+#include "server/HostSwitch.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
 
@@ -31,6 +32,9 @@ class DrServer {
     /// once isBusy() is false the destructor returns at once.
     void requestStop();
     bool isBusy() const;
+    /// For a program that has only seconds left: ends a host that runs, and any that starts later,
+    /// which lets the job come to its end.
+    void endHost();
 
   private:
     void makeDataFolder();
@@ -41,6 +45,7 @@ class DrServer {
     DrLog& log;
     std::atomic<bool> stopRequested = false;
     DrConfig config;
+    HostSwitch hostSwitch;
     DumpFolder dumps{config, log, stopRequested};
     RelayWakeup relayWakeup;
     WaitSignal hostEnd;

@@ -12,8 +12,13 @@ namespace {
 /// Whether the name still stands for this file. One that is only waiting for its last user cannot
 /// be looked at, but has its name.
 bool isThere(const String& path, const FileSystem::Identity& image) {
-    const auto found = FileSystem::identityOf(path);
-    return found ? *found == image : FileSystem::isRegularFile(path);
+    auto found = FileSystem::identityOf(path);
+    // Between two looks a new file may have come.
+    if (!found && FileSystem::isRegularFile(path)) {
+        found = FileSystem::identityOf(path);
+        return !found || *found == image;
+    }
+    return found == image;
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ namespace Orvane {
 namespace {
 
 // What comes last tells most about an end.
-constexpr std::size_t mostKeptBytes = 1024 * 1024;
+constexpr std::size_t mostKeptBytes = 1048576;
 
 bool canAppend(const String& path) {
     std::FILE* const file = FileSystem::openFile(path, "ab", FileSystem::Sharing::All);
@@ -22,11 +22,11 @@ bool canAppend(const String& path) {
 
 String hostOutputPath(const String& dataFolder, DrLog& log) {
     constexpr std::int32_t lastNumber = 9;
-    const String usual = dataFolder + "/MaxLog.txt";
+    String usual = dataFolder + "/MaxLog.txt";
     if (canAppend(usual))
         return usual;
     for (std::int32_t number = 2; number <= lastNumber; ++number) {
-        const String other = dataFolder + "/MaxLog-" + Str::toWString(number) + ".txt";
+        String other = dataFolder + "/MaxLog-" + Str::toWString(number) + ".txt";
         if (!canAppend(other))
             continue;
         log.log(String("Cannot write ") + usual + "; 3ds max writes into " + other);

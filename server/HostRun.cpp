@@ -29,11 +29,13 @@ void HostRun::start(const String& line, const String& outputPath) {
     command = std::make_unique<Command>(line, priority,
                                         [this](std::string_view bytes) { output->take(bytes); });
     hostEnd.clear();
+    hostSwitch.setHost(command.get());
     maxInvoker.run([](void* self) { static_cast<HostRun*>(self)->run(); }, this);
 }
 
 void HostRun::run() {
     outcome = command->run();
+    hostSwitch.setHost(nullptr);
     output->write();
     hostEnd.set();
 }
@@ -95,7 +97,7 @@ void HostRun::logEnd() {
     else if (ended)
         log.log(String("Ended 3ds max: it had not ended by itself for ") +
                 Str::toWString(static_cast<std::int32_t>(config.hostPatience.count())) + " s");
-    else if (outcome.status != 0)
+    else if (outcome.status != 0 && !hostSwitch.isOff())
         log.log(String("3ds max ended with exit code ") + statusText(outcome.status));
     if (outcome.leftProcesses && !ended)
         log.log("Ended processes that 3ds max had left behind");

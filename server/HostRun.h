@@ -19,7 +19,8 @@ class HostRun {
         : maxInvoker(services.maxInvoker),
           hostEnd(services.hostEnd),
           log(services.log),
-          config(services.config) {}
+          config(services.config),
+          hostSwitch(services.hostSwitch) {}
     /// The command line must have ended: it is this object's.
     ~HostRun() = default;
     HostRun(const HostRun&) = delete;
@@ -50,6 +51,7 @@ class HostRun {
     WaitSignal& hostEnd;
     DrLog& log;
     const DrConfig& config;
+    HostSwitch& hostSwitch;
     std::unique_ptr<HostOutput> output;
     std::unique_ptr<Command> command;
     CommandResult outcome;  // the worker's until it is parked

@@ -51,8 +51,11 @@ bool ImageRelay::relayPass() {
     bool anySent = false;
     for (const String& path : dumps.list()) {
         const Result result = relayDump(path);
-        if (result.outcome == Outcome::MasterLost)
+        if (result.outcome == Outcome::MasterLost) {
+            // Of this one the log knows.
+            waiting.erase(std::u16string(path.view()));
             return false;
+        }
         if (result.outcome == Outcome::LeftForLater)
             leaveForLater(path, result.reason, left);
         anySent = anySent || result.outcome == Outcome::Sent;

@@ -4,6 +4,7 @@
 #include "OrvaneCore/misc/multithreading/StandbyThread.h"
 #include "config/DrConfig.h"
 #include "server/DumpFolder.h"
+#include "server/HostSwitch.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
 
@@ -18,6 +19,7 @@ struct JobServices {
     LoopbackListener& loopback;
     RelayWakeup& wakeup;
     DumpFolder& dumps;
+    HostSwitch& hostSwitch;
 };
 
 }  // namespace Orvane

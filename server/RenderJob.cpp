@@ -7,6 +7,7 @@
 #include "OrvaneCore/Stopwatch.h"
 #include "protocol/Framing.h"
 #include "protocol/Timeouts.h"
+#include "server/KeepAwake.h"
 #include "server/LaunchCommand.h"
 
 namespace Orvane {
@@ -30,6 +31,7 @@ RenderJob::RenderJob(const JobServices& jobServices, Connection& masterConnectio
       endSignals(jobServices.log, "Got END signal from remote side") {}
 
 void RenderJob::run() {
+    const KeepAwake awake;
     if (!scene.download(master, plan)) {
         // Not the dumps: none are new, and in a folder that has become read-only they cannot go.
         scene.remove();

@@ -45,6 +45,7 @@ void DrApp::watchForTheEnd() {
     // Another program may still object to the end of the session; only then is it time to close.
     Bind(wxEVT_QUERY_END_SESSION, [](wxCloseEvent&) {});
     Bind(wxEVT_END_SESSION, [this](wxCloseEvent& event) {
+        StopSignal::makeUrgent();
         if (GetTopWindow() != nullptr)
             GetTopWindow()->Close(true);
         event.Skip();

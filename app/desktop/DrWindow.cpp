@@ -13,6 +13,7 @@
 
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/FileSystem.h"
+#include "app/StopSignal.h"
 #include "app/desktop/DisplayText.h"
 #include "app/desktop/FolderOpener.h"
 #include "app/desktop/LogText.h"
@@ -157,6 +158,8 @@ void DrWindow::stopServer() {
     while (server->isBusy()) {
         loop.DispatchTimeout(stopPollMs);
         wxTheApp->ProcessPendingEvents();
+        if (StopSignal::isUrgent())
+            server->endHost();
         log.flush();
     }
     server.reset();

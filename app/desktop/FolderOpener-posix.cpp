@@ -1,12 +1,11 @@
 #include "app/desktop/FolderOpener.h"
 
-#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
-#include <csignal>
 #include <string>
+
+#include "OrvaneCore/SpawnSettings-posix.h"
 
 extern char** environ;
 
@@ -35,29 +34,18 @@ std::string fileUrl(const std::string& path) {
     return url;
 }
 
-/// The server's descriptors and signal settings are not for a file manager, which may go on for
-/// long.
+/// The server's descriptors are not for a file manager, which may go on for long.
 void runDetached(std::string line) {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    sigset_t signals;
-    sigemptyset(&signals);
-    posix_spawnattr_setsigmask(&attributes, &signals);
-    sigfillset(&signals);
-    posix_spawnattr_setsigdefault(&attributes, &signals);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    SpawnSettings settings;
+    settings.closeAllButStandardStreams();
     std::string shell = "sh";
     std::string option = "-c";
     line += " &";
     const std::array<char*, 4> arguments = {shell.data(), option.data(), line.data(), nullptr};
     pid_t child = 0;
-    if (posix_spawn(&child, "/bin/sh", &actions, &attributes, arguments.data(), environ) == 0)
+    if (posix_spawn(&child, "/bin/sh", &settings.actions, &settings.attributes, arguments.data(),
+                    environ) == 0)
         waitpid(child, nullptr, 0);
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
 }
 
 }  // namespace

@@ -58,6 +58,8 @@ class HeadlessProgram {
         bool busy = true;
         while (busy) {
             std::this_thread::sleep_for(pollPeriod);
+            if (StopSignal::isUrgent())
+                server.endHost();
             // Asked first, or what a worker logs between the two would never be written.
             busy = server.isBusy();
             log.flush();

@@ -23,8 +23,9 @@ def xdo(*command):
 
 
 class Session:
-    def __init__(self, folder, preferences=""):
+    def __init__(self, folder, preferences="", screen="1024x768"):
         self.folder = folder
+        self.screen = screen
         folder.mkdir()
         (folder / "prefoverride").write_text(preferences)
         os.environ.update(HOME=str(folder), ICEWM_PRIVCFG=str(folder))
@@ -40,7 +41,7 @@ class Session:
         reader, writer = os.pipe()
         # Without a reset, which throws out whoever connects when the last one has just left.
         self.run("Xvfb", "-ac", "-noreset", "-displayfd", str(writer), "-nolisten", "tcp",
-                 "-screen", "0", "1024x768x24", pass_fds=[writer])
+                 "-screen", "0", self.screen + "x24", pass_fds=[writer])
         os.close(writer)
         with os.fdopen(reader) as display:
             os.environ["DISPLAY"] = ":" + display.readline().strip()

@@ -13,6 +13,7 @@ import pytest
 
 from harness import Node, platform
 
+FAILED = pytest.StashKey()
 LIBC = ctypes.CDLL(None, use_errno=True)
 NEW_MOUNTS, NEW_USER, NEW_NETWORK = 0x00020000, 0x10000000, 0x40000000
 BIND, MOVE, RECURSIVE, PRIVATE = 0x1000, 0x2000, 0x4000, 0x40000
@@ -74,8 +75,17 @@ def undamaged(capfd):
     assert not platform.reports_damage(err)
 
 
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item, call):
+    report = (yield).get_result()
+    if report.failed:
+        item.stash[FAILED] = True
+
+
 @pytest.fixture
-def node(tmp_path):
+def node(request, tmp_path):
     """A render node with blanks and letters of all kinds in its path; ended with the test."""
     with platform.world(tmp_path), Node(tmp_path / "Rénder Nöde 1€") as made:
         yield made
+        if FAILED in request.node.stash and made.server:
+            print(made.output(), made.errors())

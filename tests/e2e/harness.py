@@ -153,11 +153,11 @@ class Node:
         """The numbers of all that belong to a host of this node, its interpreter included."""
         def command(process):
             try:
-                return (process / "cmdline").read_bytes()
+                return (process / "cmdline").read_bytes().replace(b"\\", b"/")
             except OSError:
                 return b""
 
-        mark = self.folder.parent.name.encode()
+        mark = seen(self.folder.parent).encode("latin-1")  # other runs have the same tests
         return [int(process.name) for process in Path("/proc").glob("[0-9]*")
                 if mark in command(process) and b"3dsmaxcmd.exe" in command(process)]
 

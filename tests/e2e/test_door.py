@@ -155,7 +155,7 @@ def test_masters_who_may_come(node, lines, in_force, error):
     assert "Refused a discovery ping from 127.0.2.1: it is not among the masters\n" in log
 
 
-@pytest.mark.parametrize("line", ["Masters", "Masters =", "Masters = anybody", "\xef\xbb\xbfMasters = 0.0.0.0/0"])
+@pytest.mark.parametrize("line", ["Masters", "Masters =", "Masters = anybody", "My Masters = 0.0.0.0/0"])
 def test_masters_line_that_names_nobody(node, line):
     node.configure(line)
     node.start()

@@ -89,9 +89,30 @@ def test_host_below_normal_priority(node):
     with Master() as master:
         master.job()
         eventually((host / "there").exists, node.log)
-        nice = [os.getpriority(os.PRIO_PROCESS, process) for process in node.host_processes()]
-        assert nice == [10, 10] and os.getpriority(os.PRIO_PROCESS, node.server.pid) == 0
+        own, *of_host = (os.getpriority(os.PRIO_PROCESS, process)
+                         for process in [node.server.pid, *node.host_processes()])
+        assert own == os.getpriority(os.PRIO_PROCESS, 0) and of_host == 2 * [max(own, 10)]
     node.wait_for("Ready for new connection")
+
+
+@pytest.mark.linux
+def test_login_manager_is_asked_to_keep_the_machine_awake(node):
+    inhibitor = node.folder / "systemd-inhibit"
+    inhibitor.write_text(
+        f'#!/bin/sh\necho "$@" >> "{node.folder}/asked"\n[ $1 = --what=idle ] || exit 1\nexec cat\n')
+    inhibitor.chmod(0o755)
+    node.configure(f"2014 {seen(node.install(2014, *ONLINE, 'await go', *PLAN[3:]))}")
+    node.start(env={**os.environ, "PATH": f"{node.folder}:{os.environ['PATH']}"})
+    with Master() as master:
+        master.job()
+        node.wait_for("DR is running")
+        asked = node.folder / "asked"
+        eventually(lambda: asked.exists() and "--what=idle " in asked.read_text())
+        node.allow(2014, "go")
+        assert master.image() == image(300)
+        master.send(END_RENDER)
+        assert master.at_end()
+    assert asked.read_text().startswith("--what=idle:sleep ")
 
 
 def test_what_a_host_leaves_behind(node):
@@ -173,7 +194,7 @@ def test_names_that_are_used_again(node):
             assert master.image() == image(1000 + number)
         master.send(END_RENDER)
         assert master.at_end()
-    assert not list(node.data.glob("dump*")) and "Waiting for" not in node.final_log()
+    assert not list(node.data.glob("dump*"))
 
 
 @pytest.mark.linux

@@ -88,9 +88,11 @@ class Farm:
     def __init__(self, folder):
         self.folder = folder
         self.nodes = []
+        self.bridges = []
         self.add_bridge(0, NETWORK)
 
     def add_bridge(self, card, network):
+        self.bridges.append(card)
         ip(f"link add bridge{card} type bridge", f"addr add {network}1/24 broadcast + dev bridge{card}",
            f"link set bridge{card} up")
 
@@ -102,7 +104,7 @@ class Farm:
             if node.server:
                 node.server.kill()
                 node.server.wait()
-        ip("link del bridge0")
+        ip(*(f"link del bridge{card}" for card in self.bridges))
 
     def node(self):
         self.nodes.append(FarmNode(self.folder / f"node {len(self.nodes)}", len(self.nodes)))
@@ -209,6 +211,7 @@ def announced(image, size=None):
 
 
 def told_to_end(link):
+    """Waits for that, or for the master's going."""
     link.settimeout(PATIENCE)
     return link.recv(1000).endswith(END_RENDER)
 

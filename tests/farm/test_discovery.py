@@ -38,3 +38,14 @@ def test_busy_node(farm, tmp_path):
     assert found[:2] == [node.address, "2014"] and found[-1] == "busy"
     render.send_signal(signal.SIGINT)
     assert finish(render)[0] == 13
+
+
+def test_node_with_two_network_cards(farm, tmp_path):
+    farm.add_bridge(1, "10.8.0.")
+    both, one = farm.nodes_that_send(2, 30)
+    both.plug_in(1, "10.8.0.10")
+    found = lines_of(tmp_path, "discover")
+    assert sorted(line[0] for line in found) == [both.address, one.address]
+    status, events, errors = finish(start_render(tmp_path, "--nodes", "all", "--images", "9"))
+    assert status == 0, errors
+    assert {event["node"] for event in events if event["event"] == "node"} == {both.address, one.address}

@@ -18,8 +18,7 @@ def sending(*images):
     def part(link):
         for image in images:
             link.sendall(announced(image))
-        assert told_to_end(link)
-        link.shutdown(socket.SHUT_WR)
+        told_to_end(link)
     return part
 
 
@@ -81,6 +80,24 @@ def test_hostile_nodes(tmp_path):
         assert text in said[node.address], (text, said[node.address])
     assert {path.name.rsplit("-", 1)[0] for path in (tmp_path / "out").iterdir()} == {
         f"node-{nodes[0].address}", "result.exr", "result.png"}
+
+
+def test_first_image_is_the_odd_one(tmp_path):
+    """One node of three has another size set, and is the quickest."""
+    begun = threading.Event()
+
+    def usual(link):
+        begun.wait(PATIENCE)
+        sending(exr(4), exr(6))(link)
+
+    nodes = [PlayedNode(sending(exr(9, width=8))), PlayedNode(usual), PlayedNode(usual)]
+    process = start_render(tmp_path, "--nodes", ",".join(node.address for node in nodes),
+                           "--images", "4")
+    wait_for_images(process, 1)
+    begun.set()
+    status, events, _ = finish(process)
+    assert status == 0 and value_of(tmp_path / "out/result.exr") == 5
+    assert any("the mean begins anew" in event.get("text", "") for event in events)
 
 
 def wait_for_images(process, count):

@@ -174,8 +174,9 @@ class Host {
         for (std::string name; exists(folder + (name = "pass" + std::to_string(dumped + 1)));) {
             if (isTold(pause))
                 break;
+            // First, so that no more than these are sent if this is killed in between.
+            writeWhole(folder + "passes.txt", std::to_string(++dumped));
             copyDump(name, "dump-" + name + ".exr");
-            std::ofstream(folder + "passes.txt") << ++dumped << std::flush;
         }
         while (!isTold(std::chrono::seconds(1))) {
         }
@@ -228,7 +229,7 @@ class Host {
         {"input", method(&Host::input)},
         {"shell", [](const auto& line) { check(std::system(line.c_str()) == 0, line); }},
         {"hang", [](const auto&) { hang(); }},
-        {"crash", [](const auto&) { *nowhere = 1; }},
+        {"crash", [](const auto&) { *nowhere = 1; }},  // NOLINT: meant so
         {"exit", [](const auto& status) { std::exit(static_cast<int>(std::stoul(status))); }},
     };
 };

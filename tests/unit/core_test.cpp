@@ -207,6 +207,7 @@ TEST(DrLog, MovesItsFileAsideAndLosesNothing) {
     std::FILE* const viewer = std::fopen(path.c_str(), "r");
     std::atomic<int> working = writers;
     std::vector<std::thread> threads;
+    threads.reserve(writers);
     for (int writer = 0; writer < writers; ++writer)
         threads.emplace_back([&log, &working, writer] {
             for (int line = 0; line < linesEach; ++line)

@@ -13,7 +13,7 @@ import harness
 import pytest
 import test_job
 from conftest import node, undamaged  # noqa: F401, fixtures
-from desktop import ERROR, TITLE, Session, said_by, xdo
+from desktop import ERROR, TITLE, Session, xdo
 from harness import (DISCOVERY, END_RENDER, LOOPBACK, MASTER, ONLINE, PATIENCE, SERVER, Master,
                      eventually, image, platform, seen)
 from on_win32 import wine
@@ -122,7 +122,7 @@ def test_any_folder(node, tmp_path, monkeypatch, where):
 
 @pytest.fixture
 def session(tmp_path):
-    with Session(tmp_path / "session") as made:
+    with Session(tmp_path / "session", screen="2048x1536") as made:
         yield made
 
 
@@ -169,8 +169,8 @@ def test_window(session, node, tmp_path, monkeypatch):
 
 
 def size_of(window):
-    return [int(n) for n in re.search("Geometry: (.*)x(.*)", "\n".join(
-        said_by("xdotool", "getwindowgeometry", window).splitlines())).groups()]
+    facts = dict(line.split("=") for line in xdo("getwindowgeometry", "--shell", window))
+    return int(facts["WIDTH"]), int(facts["HEIGHT"])
 
 
 def test_window_is_as_large_on_a_finer_screen(session, node, monkeypatch):
@@ -186,7 +186,7 @@ def test_window_is_as_large_on_a_finer_screen(session, node, monkeypatch):
         sizes.append(size_of(session.in_front(TITLE)))
         assert subprocess.run([*DESKTOP, "--stop", str(PATIENCE)]).returncode == 0
         assert node.ended() == 0
-    assert all(1.8 < fine / coarse < 2.2 for coarse, fine in zip(*sizes))
+    assert all(1.8 < fine / coarse < 2.2 for coarse, fine in zip(*sizes)), sizes
 
 
 def state_of_service():
@@ -227,6 +227,21 @@ def test_service(session, node, tmp_path):
         assert subprocess.run([*SERVER, "--remove-service"]).returncode == 0
         assert state_of_service() is None and log.exists()
         assert subprocess.run([*SERVER, "--service"]).returncode == 1
+
+
+@pytest.mark.parametrize("program", [harness.SERVER, DESKTOP], ids=["headless", "desktop"])
+def test_end_of_the_session_during_a_job(session, node, program, monkeypatch):
+    monkeypatch.setattr(harness, "SERVER", program)
+    node.ready(*ONLINE, "mark there", "hang")
+    with Master() as master:
+        master.job()
+        eventually((node.host(2014) / "there").exists, node.log)
+        wine("wineboot", "--end-session")
+        assert master.at_end()
+    assert node.ended() == 0 and node.host_processes() == [] and node.scenes() == []
+    log = (node.data / "DrLog.txt").read_text("latin-1").replace("\r", "")
+    assert "Ending 3ds max: there are only seconds left\n" in log
+    assert log.endswith("Ready for new connection\n")
 
 
 def test_installer(session, node, tmp_path):

@@ -13,6 +13,7 @@ void discoverServers(const DiscoverOptions& options) {
     Discovery search(discoveryTargets(options.addresses),
                      options.hostVersion ? std::vector{*options.hostVersion} : allReleases());
     search.listen(window);
+    search.unite();
     if (search.nodes().empty())
         throw nobodyAnswers(options.addresses, options.hostVersion);
     std::vector<std::string> addresses;

@@ -6,6 +6,7 @@
 
 #include "DiscoveryTargets.h"
 #include "NetworkCards.h"
+#include "NodeIdentity.h"
 #include "OrvaneCore/HostReleases.h"
 #include "protocol/Framing.h"
 #include "protocol/Messages.h"
@@ -45,6 +46,7 @@ Discovery::Discovery(std::vector<std::string> targets, const std::vector<int>& r
 void Discovery::ask() {
     // So many at a time that the answers find room in the sockets until they are taken.
     constexpr int batch = 100;
+    found.clear();
     sent = allSent = std::chrono::steady_clock::now();
     int inBatch = 0;
     for (const std::string& target : asked) {
@@ -77,7 +79,9 @@ bool Discovery::receive(Channel& channel) {
     return arrival != DatagramSocket::Arrival::Nothing;
 }
 
-void Discovery::note(const std::string& address, int release) {
+void Discovery::note(const std::string& sender, int release) {
+    const auto alias = aliases.find(sender);
+    const std::string& address = alias == aliases.end() ? sender : alias->second;
     const auto isOwn = [this](const auto& node) { return ownAddresses.contains(node.first); };
     const auto known = ownAddresses.contains(address)
                            ? std::find_if(found.begin(), found.end(), isOwn)
@@ -94,6 +98,22 @@ void Discovery::listen(milliseconds window, const std::function<bool()>& isEnoug
         if (std::chrono::steady_clock::now() - allSent >= window)
             return;
         std::this_thread::sleep_for(milliseconds(1));
+    }
+}
+
+void Discovery::unite() {
+    std::map<std::string, int> unknown;
+    bool isNew = false;
+    for (const auto& [address, releases] : found) {
+        unknown[address] = releases.begin()->first;
+        isNew = aliases.try_emplace(address, address).second || isNew;
+    }
+    if (!isNew)
+        return;
+    for (const auto& [address, other] : sameNodes(unknown)) {
+        found[other].merge(found[address]);
+        found.erase(address);
+        aliases[address] = other;
     }
 }
 

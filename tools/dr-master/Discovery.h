@@ -29,13 +29,19 @@ class Discovery {
     /// `targets` are dotted addresses, broadcast ones among them. Throws Failure.
     Discovery(std::vector<std::string> targets, const std::vector<int>& releases);
 
-    /// Sends the pings; answers to earlier ones still count.
+    /// Sends the pings, once more where the constructor has already done so, and forgets who
+    /// answered before.
     void ask();
     /// Gathers answers until `window`, counted from the last ask(), is over, or `isEnough`.
     void listen(
         milliseconds window, const std::function<bool()>& isEnough = [] { return false; });
 
-    /// Who has answered by now, by address. This machine is one node, whatever addresses it has.
+    /// Makes one node of addresses that turn out to be the same node's, which takes about a second
+    /// where this machine has several network cards and new nodes have been found.
+    void unite();
+
+    /// Who has answered since the last ask(), by address. This machine is one node, whatever
+    /// addresses it has.
     const std::map<std::string, HostVersions>& nodes() const { return found; }
 
   private:
@@ -49,7 +55,7 @@ class Discovery {
     milliseconds elapsed() const;
     bool receive();
     bool receive(Channel& channel);
-    void note(const std::string& address, int release);
+    void note(const std::string& sender, int release);
 
     const std::vector<std::string> asked;
     const std::set<std::string> ownAddresses;
@@ -57,6 +63,7 @@ class Discovery {
     std::chrono::steady_clock::time_point sent;     // the first ping of the last ask()
     std::chrono::steady_clock::time_point allSent;  // its last ping
     std::map<std::string, HostVersions> found;
+    std::map<std::string, std::string> aliases;  // an address, and the one that stands for it
 };
 
 /// For a search that found nobody; `given` as on the command line.

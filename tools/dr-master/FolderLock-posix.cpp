@@ -1,3 +1,5 @@
+#include "FolderLock.h"
+
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -5,7 +7,6 @@
 
 #include <cerrno>
 
-#include "FolderLock.h"
 #include "OutputFolder.h"
 
 namespace Orvane {
@@ -16,8 +17,8 @@ struct FolderLock::Native {
 
     /// False when the last owner removed the file between our open and our lock.
     bool isThere() const {
-        struct stat opened {
-        }, named{};
+        struct stat opened {};
+        struct stat named {};
         return fstat(descriptor, &opened) == 0 && stat(path.c_str(), &named) == 0 &&
                opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
     }

@@ -1,6 +1,7 @@
+#include "FolderLock.h"
+
 #include <windows.h>
 
-#include "FolderLock.h"
 #include "OutputFolder.h"
 
 namespace Orvane {

@@ -21,7 +21,7 @@ struct Range {
 
 Failure wrong(const std::string& part) {
     return {ExitStatus::WrongUsage,
-            "'" + printable(part) + "' names no frames, or more than " + std::to_string(mostFrames),
+            "No frames, or more than " + std::to_string(mostFrames) + ": " + printable(part),
             "Write frames as 1-100,120,200-300x5: the last means every fifth from 200 to 300."};
 }
 

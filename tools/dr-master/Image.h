@@ -58,6 +58,9 @@ struct ReceivedImage {
     std::vector<Plane> planes;
 };
 
+/// Of a file, without its pixels. Throws Failure (DamagedImage). For any thread.
+ImageLayout readLayout(const std::filesystem::path& path);
+
 /// Reads every pixel into `image`, whose memory is used again. Throws Failure (DamagedImage) unless
 /// the file is whole, and, before any pixel, for a layout that is not the one expected. For any
 /// thread.

@@ -56,11 +56,8 @@ void addPlane(ReceivedImage::Plane& plane, bool half, const ImageLayout& layout,
                                      : sliceOf(Imf::FLOAT, plane.floats.data(), layout, channel));
 }
 
-void readPixels(std::ifstream& stream, const std::optional<ImageLayout>& expected,
+void readPixels(Imf::InputFile& file, const std::optional<ImageLayout>& expected,
                 ReceivedImage& image) {
-    // What the file is called as yet would mean nothing in a message.
-    Imf::StdIFStream source(stream, "received");
-    Imf::InputFile file(source);
     image.layout = layoutOf(file.header());
     if (expected && !image.layout.matches(*expected))
         throw std::runtime_error("its size or channels are not those of the images before");
@@ -74,6 +71,22 @@ void readPixels(std::ifstream& stream, const std::optional<ImageLayout>& expecte
     }
     file.setFrameBuffer(buffer);
     file.readPixels(layout.dataWindow.min.y, layout.dataWindow.max.y);
+}
+
+/// Everything that is wrong with the file becomes a Failure.
+template <typename Read>
+auto withFile(const std::filesystem::path& path, const Read& read) {
+    static const bool isLimited = (Imf::Header::setMaxImageSize(largestSide, largestSide), true);
+    static_cast<void>(isLimited);
+    try {
+        std::ifstream stream(path, std::ios::binary);
+        // What the file is called as yet would mean nothing in a message.
+        Imf::StdIFStream source(stream, "received");
+        Imf::InputFile file(source);
+        return read(file);
+    } catch (const std::exception& error) {
+        throw Failure(ExitStatus::DamagedImage, error.what());
+    }
 }
 
 Imf::Header headerOf(const ImageLayout& layout) {
@@ -99,16 +112,13 @@ void writePixels(const Image& image, std::ofstream& stream, const std::string& n
 
 }  // namespace
 
+ImageLayout readLayout(const std::filesystem::path& path) {
+    return withFile(path, [](Imf::InputFile& file) { return layoutOf(file.header()); });
+}
+
 void readImage(const std::filesystem::path& path, const std::optional<ImageLayout>& expected,
                ReceivedImage& image) {
-    static const bool isLimited = (Imf::Header::setMaxImageSize(largestSide, largestSide), true);
-    static_cast<void>(isLimited);
-    try {
-        std::ifstream stream(path, std::ios::binary);
-        readPixels(stream, expected, image);
-    } catch (const std::exception& error) {
-        throw Failure(ExitStatus::DamagedImage, error.what());
-    }
+    withFile(path, [&](Imf::InputFile& file) { readPixels(file, expected, image); });
 }
 
 void writeImage(const Image& image, const std::filesystem::path& path) {

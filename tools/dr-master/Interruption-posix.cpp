@@ -1,7 +1,7 @@
+#include "Interruption.h"
+
 #include <csignal>
 #include <thread>
-
-#include "Interruption.h"
 
 namespace Orvane {
 

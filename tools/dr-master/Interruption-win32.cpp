@@ -1,6 +1,6 @@
-#include <windows.h>
-
 #include "Interruption.h"
+
+#include <windows.h>
 
 namespace Orvane {
 

@@ -1,3 +1,5 @@
+#include "NetworkCards.h"
+
 #include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <net/if.h>
@@ -5,8 +7,6 @@
 
 #include <array>
 #include <memory>
-
-#include "NetworkCards.h"
 
 namespace Orvane {
 

@@ -1,3 +1,5 @@
+#include "NetworkCards.h"
+
 // The order matters: the second header wants what the first declares.
 #include <winsock2.h>
 
@@ -5,8 +7,6 @@
 #include <ws2tcpip.h>
 
 #include <array>
-
-#include "NetworkCards.h"
 
 namespace Orvane {
 

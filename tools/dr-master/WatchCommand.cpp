@@ -26,11 +26,13 @@ struct Node {
 
 class Watch {
   public:
-    explicit Watch(const WatchOptions& options) : targets(discoveryTargets(options.addresses)) {}
+    explicit Watch(const WatchOptions& options)
+        : search(discoveryTargets(options.addresses), allReleases()) {}
 
     void look() {
-        Discovery search(targets, allReleases());
+        search.ask();
         search.listen(round);
+        search.unite();
         for (const auto& [address, hosts] : search.nodes()) {
             nodes[address].hosts = hosts;
             nodes[address].lastAnswer = Clock::now();
@@ -70,7 +72,7 @@ class Watch {
             nodes[address].isFree = isFree;
     }
 
-    const std::vector<std::string> targets;
+    Discovery search;
     std::map<std::string, Node> nodes;
     Clock::time_point nextFreeQuestion = Clock::now();
 };

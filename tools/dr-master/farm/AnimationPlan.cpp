@@ -1,4 +1,4 @@
-#include "farm/AnimationPlan.h"
+#include "AnimationPlan.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "farm/DecodeSlots.h"
+#include "DecodeSlots.h"
 
 #include <algorithm>
 #include <thread>

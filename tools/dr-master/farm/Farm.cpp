@@ -1,4 +1,4 @@
-#include "farm/Farm.h"
+#include "Farm.h"
 
 #include <algorithm>
 

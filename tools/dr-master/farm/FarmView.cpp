@@ -1,4 +1,4 @@
-#include "farm/FarmView.h"
+#include "FarmView.h"
 
 namespace Orvane {
 

@@ -1,4 +1,8 @@
-#include "farm/Frame.h"
+#include "Frame.h"
+
+#include <algorithm>
+
+#include "ExitStatus.h"
 
 namespace Orvane {
 
@@ -9,6 +13,25 @@ void Frame::start() {
     const std::lock_guard lock(mutex);
     if (!started)
         started = Clock::now();
+}
+
+std::ptrdiff_t Frame::votesFor(const ImageLayout& layout) const {
+    return std::count_if(votes.begin(), votes.end(),
+                         [&layout](const auto& vote) { return vote.second.matches(layout); });
+}
+
+int Frame::agree(const std::string& node, const ImageLayout& layout) {
+    const std::lock_guard lock(mutex);
+    votes[node] = layout;
+    const auto common = mean.layout();
+    if (!common || layout.matches(*common))
+        return 0;
+    if (votesFor(layout) <= votesFor(*common))
+        throw Failure(ExitStatus::DamagedImage,
+                      "its size or channels are not those of the images before");
+    const int forgotten = mean.count();
+    mean.restart();
+    return forgotten;
 }
 
 int Frame::take(const ReceivedImage& image) {

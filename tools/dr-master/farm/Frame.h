@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -28,6 +29,10 @@ class Frame {
     const std::string& text() const { return name; }
     /// The goal's time runs from the first call.
     void start();
+    /// Whether a node's image may be added: throws Failure (DamagedImage) when its layout is not
+    /// that of the images before. But if more nodes have sent its layout than theirs, they are
+    /// forgotten; answers how many that were.
+    int agree(const std::string& node, const ImageLayout& layout);
     /// Throws Failure (DamagedImage) for an image that does not match those before; answers how
     /// many there are now.
     int take(const ReceivedImage& image);
@@ -40,6 +45,7 @@ class Frame {
 
   private:
     void estimateNoise();
+    std::ptrdiff_t votesFor(const ImageLayout& layout) const;
 
     const std::string name;
     const FrameGoal goal;
@@ -49,6 +55,7 @@ class Frame {
     std::optional<Clock::time_point> started;
     Clock::time_point nextEstimate;
     std::optional<double> lastNoise;
+    std::map<std::string, ImageLayout> votes;  // what each node sent last
 };
 
 }  // namespace Orvane

@@ -1,4 +1,4 @@
-#include "farm/JsonView.h"
+#include "JsonView.h"
 
 #include <cmath>
 #include <cstdio>
@@ -22,7 +22,7 @@ Json described(const FrameNews& news) {
 
 }  // namespace
 
-void JsonView::print(const char* event, Json members) const {
+void JsonView::print(const char* event, const Json& members) const {
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     constexpr double milliseconds = 1000;
     Json line{{"event", event},

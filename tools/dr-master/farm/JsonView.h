@@ -25,7 +25,7 @@ class JsonView : public FarmView {
     void ended(ExitStatus status, const std::vector<FrameNews>& frames) override;
 
   private:
-    void print(const char* event, nlohmann::ordered_json members) const;
+    void print(const char* event, const nlohmann::ordered_json& members) const;
 
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
     std::map<std::string, NodeState> states;

@@ -1,4 +1,4 @@
-#include "farm/Lines.h"
+#include "Lines.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "farm/NodeJob.h"
+#include "NodeJob.h"
 
 #include "JobImages.h"
 #include "JobSession.h"
@@ -124,6 +124,11 @@ void NodeJob::takeImage(JobSession& session, const TransferWatch& watch) {
 
 void NodeJob::fold(const std::filesystem::path& file, const TransferNews& transfer) {
     ImageNews news{transfer, {}, status.frame, 0, {}};
+    if (const int forgotten = lease.frame->agree(status.node, readLayout(file)))
+        job.view.tell(&FarmView::remark,
+                      "Most nodes send images of another size or with other channels than the " +
+                          std::to_string(forgotten) +
+                          " added so far: the mean begins anew with theirs");
     job.decoders.with([&](ReceivedImage& image) {
         readImage(file, lease.frame->result().layout(), image);
         news.images = lease.frame->take(image);

@@ -1,4 +1,4 @@
-#include "farm/NodeSource.h"
+#include "NodeSource.h"
 
 #include "DiscoveryTargets.h"
 #include "protocol/Resolve.h"
@@ -40,6 +40,7 @@ NodeSource::~NodeSource() {
 
 void NodeSource::find() {
     search->listen(window);
+    search->unite();
     for (const auto& [address, releases] : search->nodes())
         note(address);
 }

@@ -1,4 +1,4 @@
-#include "farm/NodeWorker.h"
+#include "NodeWorker.h"
 
 namespace Orvane {
 

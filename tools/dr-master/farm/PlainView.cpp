@@ -1,4 +1,4 @@
-#include "farm/PlainView.h"
+#include "PlainView.h"
 
 #include <cstdio>
 

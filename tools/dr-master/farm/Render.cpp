@@ -1,4 +1,4 @@
-#include "farm/Render.h"
+#include "Render.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "farm/ResultRefresh.h"
+#include "ResultRefresh.h"
 
 #include <utility>
 

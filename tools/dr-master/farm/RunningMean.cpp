@@ -1,4 +1,4 @@
-#include "farm/RunningMean.h"
+#include "RunningMean.h"
 
 #include <algorithm>
 #include <cmath>
@@ -94,6 +94,14 @@ void RunningMean::addLevels(const ReceivedImage& image) {
         updateLevels(&meanLevels[first], &squares[first], levels.data(), pixels,
                      static_cast<float>(added));
     }
+}
+
+void RunningMean::restart() {
+    const std::lock_guard lock(mutex);
+    added = 0;
+    sums.clear();
+    meanLevels.clear();
+    squares.clear();
 }
 
 int RunningMean::count() const {

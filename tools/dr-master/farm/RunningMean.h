@@ -21,6 +21,9 @@ class RunningMean {
     /// Throws Failure (DamagedImage) for an image that does not match those before.
     void add(const ReceivedImage& image);
 
+    /// Forgets all images.
+    void restart();
+
     int count() const;
     /// Nothing before the first image.
     std::optional<ImageLayout> layout() const;

@@ -1,4 +1,4 @@
-#include "farm/TerminalView.h"
+#include "TerminalView.h"
 
 #include <algorithm>
 #include <array>
