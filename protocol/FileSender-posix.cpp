@@ -39,11 +39,12 @@ class NoBrokenPipeSignal {
 DirectSend sendDirectly(SocketHandle socket, std::FILE* file, std::size_t most) {
     const NoBrokenPipeSignal guard;
     const ssize_t moved = sendfile(static_cast<int>(socket), fileno(file), nullptr, most);
+    const int error = moved < 0 ? errno : 0;
+    // The peer may also have gone after the first bytes, which then are the answer.
+    if (moved < static_cast<ssize_t>(most))
+        guard.takeRaised();
     if (moved >= 0)
         return {static_cast<std::size_t>(moved), false};
-    const int error = errno;
-    if (error == EPIPE)
-        guard.takeRaised();
     return {0, error == EAGAIN || error == EINTR};
 }
 
