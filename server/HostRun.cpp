@@ -92,15 +92,22 @@ void HostRun::keepAccount() {
 }
 
 void HostRun::logEnd() {
-    if (!outcome.hasStarted())
-        log.log(String("Cannot start the command interpreter: ") + outcome.startFailure);
-    else if (ended)
-        log.log(String("Ended 3ds max: it had not ended by itself for ") +
-                Str::toWString(static_cast<std::int32_t>(config.hostPatience.count())) + " s");
-    else if (outcome.status != 0 && !hostSwitch.isOff())
-        log.log(String("3ds max ended with exit code ") + statusText(outcome.status));
+    const String line = endLine();
+    if (!line.isEmpty())
+        log.log(line);
     if (outcome.leftProcesses && !ended)
         log.log("Ended processes that 3ds max had left behind");
+}
+
+String HostRun::endLine() const {
+    if (!outcome.hasStarted())
+        return String("Cannot start the command interpreter: ") + outcome.startFailure;
+    if (ended)
+        return String("Ended 3ds max: it had not ended by itself for ") +
+               Str::toWString(static_cast<std::int32_t>(config.hostPatience.count())) + " s";
+    if (outcome.status != 0 && !hostSwitch.isOff())
+        return String("3ds max ended with exit code ") + statusText(outcome.status);
+    return {};
 }
 
 }  // namespace Orvane

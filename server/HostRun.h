@@ -38,6 +38,11 @@ class HostRun {
     void waitForEnd();
     /// How the host ended; when it is no longer running.
     const CommandResult& result() const { return outcome; }
+    /// Its time after the release was over.
+    bool wasEnded() const { return ended; }
+    bool hasCrashed() const { return outcome.hasCrashed() && !ended && !hostSwitch.isOff(); }
+    /// The log's line about that; empty if it ended well.
+    String endLine() const;
 
   private:
     void run();

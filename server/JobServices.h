@@ -5,6 +5,7 @@
 #include "config/DrConfig.h"
 #include "server/DumpFolder.h"
 #include "server/HostSwitch.h"
+#include "server/JobBook.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
 
@@ -20,6 +21,7 @@ struct JobServices {
     RelayWakeup& wakeup;
     DumpFolder& dumps;
     HostSwitch& hostSwitch;
+    JobBook& book;
 };
 
 }  // namespace Orvane

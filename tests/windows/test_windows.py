@@ -241,6 +241,7 @@ def test_end_of_the_session_during_a_job(session, node, program, monkeypatch):
     assert node.ended() == 0 and node.host_processes() == [] and node.scenes() == []
     log = (node.data / "DrLog.txt").read_text("latin-1").replace("\r", "")
     assert "Ending 3ds max: there are only seconds left\n" in log
+    assert node.receipt("stopped", "Ending 3ds max: there are only seconds left")["hostEndedByServer"]
     assert log.endswith("Ready for new connection\n")
 
 

@@ -9,6 +9,7 @@
 #include "Interruption.h"
 #include "JobImages.h"
 #include "JobSession.h"
+#include "LocalCheck.h"
 #include "NativePath.h"
 #include "OrvaneCore/HostReleases.h"
 #include "OrvaneCore/RandomSource.h"
@@ -216,7 +217,11 @@ class Check {
 }  // namespace
 
 ExitStatus checkServer(const CheckOptions& options) {
-    return Check(options).run();
+    if (options.folder.empty())
+        return Check(options).run();
+    CheckReport report(options.folder, options.json);
+    checkFolder(options.folder, report);
+    return report.finish();
 }
 
 }  // namespace Orvane

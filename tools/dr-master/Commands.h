@@ -40,6 +40,7 @@ void renderScene(const RenderOptions& options);
 
 struct CheckOptions {
     std::string server;
+    std::string folder;   ///< looked at instead of a server
     std::string scene;  ///< empty: no job
     std::optional<int> hostVersion;
     double jobSeconds = 300;
