@@ -124,20 +124,28 @@ void NodeJob::takeImage(JobSession& session, const TransferWatch& watch) {
 
 void NodeJob::fold(const std::filesystem::path& file, const TransferNews& transfer) {
     ImageNews news{transfer, {}, status.frame, 0, {}};
-    if (const int forgotten = lease.frame->agree(status.node, readLayout(file)))
-        job.view.tell(&FarmView::remark,
-                      "Most nodes send images of another size or with other channels than the " +
-                          std::to_string(forgotten) +
-                          " added so far: the mean begins anew with theirs");
+    Frame::Taken sum;
+    const ImageLayout layout = readLayout(file);
+    const auto mismatch = lease.frame->agree(status.node, layout);
     job.decoders.with([&](ReceivedImage& image) {
-        readImage(file, lease.frame->result().layout(), image);
-        news.images = lease.frame->take(image);
+        readImage(file, layout, image);
+        sum = lease.frame->take(image, mismatch);
     });
+    noteForgotten(sum.forgotten);
+    news.images = sum.images;
     ++taken;
     news.noise = lease.frame->noise();
     if (job.keepsImages)
         news.file = job.folder.keep(file, label);
     job.view.tell(&FarmView::imageTaken, news);
+}
+
+void NodeJob::noteForgotten(int images) {
+    if (images > 0)
+        job.view.tell(&FarmView::remark,
+                      "Most nodes send images of another size or with other channels than the " +
+                          std::to_string(images) +
+                          " added so far: the mean begins anew with theirs");
 }
 
 void NodeJob::noteDamage(const std::filesystem::path& file, const Failure& failure) {
