@@ -96,7 +96,13 @@ LeaseEnd NodeJob::collect(JobSession& session) {
         job.view.tell(&FarmView::remark, status.node + " did not end its job within " +
                                              std::to_string(job.lastImages.count() / 1000) +
                                              " s; its last images may be missing");
-    return lease.frame->isReached() ? LeaseEnd::Finished : LeaseEnd::Withdrawn;
+    const bool isEmpty = job.isAnimation && lease.frame->result().count() == 0;
+    if (!lease.frame->isReached() || (isEmpty && job.plan.isStopped()))
+        return LeaseEnd::Withdrawn;
+    if (isEmpty)
+        throw Failure(ExitStatus::NoImages, "The frame's time was over before its first image",
+                      "Allow more time with --seconds.");
+    return LeaseEnd::Finished;
 }
 
 void NodeJob::takeImage(JobSession& session, const TransferWatch& watch) {
