@@ -46,7 +46,7 @@ void DrServer::openDoor() {
 }
 
 void DrServer::serveMasters() {
-    const JobServices services{log,         config, maxInvoker, *loopbackListener,
+    const JobServices services{log,         config, maxInvoker, hostEnd, *loopbackListener,
                                relayWakeup, dumps,  hostSwitch, jobBook};
     MasterLoop(*door, services, stopRequested).run();
     log.requestClose();

@@ -55,6 +55,7 @@ class DrServer {
     HostSwitch hostSwitch;
     DumpFolder dumps{config, log, stopRequested};
     RelayWakeup relayWakeup{log};
+    WaitSignal hostEnd;
     StandbyThread maxInvoker;
     std::unique_ptr<Door> door;
     std::unique_ptr<LoopbackListener> loopbackListener;

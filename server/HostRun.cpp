@@ -28,6 +28,7 @@ void HostRun::start(const String& line, const String& outputPath) {
     output = std::make_unique<HostOutput>(outputPath);
     command = std::make_unique<Command>(line, priority,
                                         [this](std::string_view bytes) { output->take(bytes); });
+    hostEnd.clear();
     hostSwitch.setHost(command.get());
     maxInvoker.run([](void* self) { static_cast<HostRun*>(self)->run(); }, this);
 }
@@ -36,6 +37,7 @@ void HostRun::run() {
     outcome = command->run();
     hostSwitch.setHost(nullptr);
     output->write();
+    hostEnd.set();
 }
 
 void HostRun::release() {

@@ -17,6 +17,7 @@ class HostRun {
     /// `services` must outlive the run.
     explicit HostRun(const JobServices& services)
         : maxInvoker(services.maxInvoker),
+          hostEnd(services.hostEnd),
           log(services.log),
           config(services.config),
           hostSwitch(services.hostSwitch) {}
@@ -52,6 +53,7 @@ class HostRun {
     void logEnd();
 
     StandbyThread& maxInvoker;
+    WaitSignal& hostEnd;
     DrLog& log;
     const DrConfig& config;
     HostSwitch& hostSwitch;

@@ -16,6 +16,7 @@ struct JobServices {
     DrLog& log;
     const DrConfig& config;
     StandbyThread& maxInvoker;
+    WaitSignal& hostEnd;  ///< set from the end of a host until the next one's start
     LoopbackListener& loopback;
     RelayWakeup& wakeup;
     DumpFolder& dumps;

@@ -68,7 +68,7 @@ bool RenderJob::waitForPlugin() {
     const Stopwatch watch;
     // No limit of its own: opening a large scene takes as long as it takes.
     while (host.isRunning()) {
-        if (services.loopback.tryLocalHandshake(services.config, plan.request)) {
+        if (services.loopback.tryLocalHandshake(services.config, plan.request, services.hostEnd)) {
             log.log(String("3ds max is online after ") + watch.secondsText() + " seconds");
             log.log("DR is running");
             receipt.seconds.hostStart = watch.exactSeconds();
