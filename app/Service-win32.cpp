@@ -78,6 +78,10 @@ DWORD WINAPI onControl(DWORD control, DWORD /*event*/, void* /*data*/, void* /*c
             return NO_ERROR;
         case SERVICE_CONTROL_STOP:
         case SERVICE_CONTROL_PRESHUTDOWN:
+            StopSignal::makeUrgent();
+            StopEvents::set();
+            return NO_ERROR;
+        case SERVICE_CONTROL_STOP:
             StopEvents::set();
             return NO_ERROR;
         case SERVICE_CONTROL_INTERROGATE:
