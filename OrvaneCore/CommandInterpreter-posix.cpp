@@ -160,6 +160,13 @@ struct Command::Native {
     }
 };
 
+bool CommandResult::hasCrashed() const {
+    // As the shell tells of signals.
+    constexpr std::uint32_t none = 128;
+    constexpr std::uint32_t last = none + 64;
+    return status > none && status <= last;
+}
+
 Command::Command(String commandLine, Priority processPriority, Output outputTarget)
     : line(std::move(commandLine)),
       priority(processPriority),

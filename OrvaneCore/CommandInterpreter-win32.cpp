@@ -315,6 +315,12 @@ struct Command::Native {
     }
 };
 
+bool CommandResult::hasCrashed() const {
+    // The system's own codes of errors.
+    constexpr std::uint32_t first = 0xC0000000;
+    return status >= first;
+}
+
 Command::Command(String commandLine, Priority processPriority, Output outputTarget)
     : line(std::move(commandLine)),
       priority(processPriority),

@@ -21,6 +21,8 @@ struct CommandResult {
     bool leftProcesses = false;
 
     bool hasStarted() const { return startFailure.isEmpty(); }
+    /// The status says that the last program was ended by a signal, or by the system for a fault.
+    bool hasCrashed() const;
 };
 
 /// One line for the system's command interpreter (cmd.exe or /bin/sh), and every process that comes

@@ -138,6 +138,21 @@ bool emptyFile(const String& path) {
     return truncate(toAnsi(path).c_str(), 0) == 0;
 }
 
+bool append(const String& path, std::string_view bytes) {
+    const int descriptor =
+        open(toAnsi(path).c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666);
+    if (descriptor < 0)
+        return false;
+    const off_t before = lseek(descriptor, 0, SEEK_END);
+    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    const bool whole = written == static_cast<ssize_t>(bytes.size());
+    // On a full disk a part may have had room. If that cannot be taken back, so be it.
+    if (!whole && written > 0 && before >= 0 && ftruncate(descriptor, before) != 0)
+        errno = ENOSPC;
+    close(descriptor);
+    return whole;
+}
+
 bool makeFolder(const String& path) {
     return mkdir(toAnsi(path).c_str(), 0777) == 0;
 }

@@ -219,6 +219,21 @@ bool emptyFile(const String& path) {
     return true;
 }
 
+bool append(const String& path, std::string_view bytes) {
+    // This right alone makes every write go to the end.
+    const HANDLE file = CreateFileW(longPath(path).c_str(), FILE_APPEND_DATA,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return false;
+    DWORD written = 0;
+    const bool whole =
+        WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != 0 &&
+        written == bytes.size();
+    CloseHandle(file);
+    return whole;
+}
+
 bool makeFolder(const String& path) {
     return CreateDirectoryW(longPath(path).c_str(), nullptr) != 0;
 }

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 #include "OrvaneCore/String.h"
 
@@ -56,6 +57,9 @@ bool copyFile(const String& from, const String& to);
 bool renameFile(const String& from, const String& to);
 /// Cuts an existing file to nothing.
 bool emptyFile(const String& path);
+/// Writes behind the end of a file, which it makes if need be, in one piece: others who do the same
+/// or read see all of it or nothing.
+bool append(const String& path, std::string_view bytes);
 /// Makes the last level only.
 bool makeFolder(const String& path);
 /// The process's current folder, without a trailing separator.

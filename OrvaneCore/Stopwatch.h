@@ -15,6 +15,9 @@ class Stopwatch {
         return std::chrono::duration_cast<std::chrono::milliseconds>(
             std::chrono::steady_clock::now() - start);
     }
+    double exactSeconds() const {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    }
     /// Whole seconds, rounded down.
     std::int32_t seconds() const {
         return static_cast<std::int32_t>(

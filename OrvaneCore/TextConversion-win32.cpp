@@ -39,4 +39,14 @@ std::int64_t wideToAnsi(std::u16string_view wide, char* out) {
                : WideCharToMultiByte(CP_ACP, flags, text, units, out, bytes, nullptr, nullptr);
 }
 
+std::string toUtf8(std::u16string_view wide) {
+    const auto* text = reinterpret_cast<const wchar_t*>(wide.data());
+    const int units = static_cast<int>(wide.size());
+    // Half a surrogate pair becomes the replacement character.
+    const int bytes = WideCharToMultiByte(CP_UTF8, 0, text, units, nullptr, 0, nullptr, nullptr);
+    std::string result(static_cast<std::size_t>(bytes), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text, units, result.data(), bytes, nullptr, nullptr);
+    return result;
+}
+
 }  // namespace Orvane::TextConversion

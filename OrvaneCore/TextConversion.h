@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 /// The one conversion between wide and 8-bit text, in the platform's ANSI code page. Linux has
@@ -13,5 +14,9 @@ namespace Orvane::TextConversion {
 /// measures zero. Callable from any thread.
 std::int64_t ansiToWide(std::string_view ansi, char16_t* out);
 std::int64_t wideToAnsi(std::u16string_view wide, char* out);
+
+/// For readers that insist on UTF-8; never anything else. On Linux text whose bytes are UTF-8
+/// already, as most paths are, stays as it is.
+std::string toUtf8(std::u16string_view wide);
 
 }  // namespace Orvane::TextConversion

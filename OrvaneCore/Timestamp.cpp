@@ -1,5 +1,7 @@
 #include "OrvaneCore/Timestamp.h"
 
+#include <array>
+#include <cstdio>
 #include <string>
 #include <type_traits>
 
@@ -56,6 +58,21 @@ const std::tm& localTimeNow() {
 
 String getTimestamp(bool forFileName) {
     return String(stampText(localTimeNow(), forFileName));
+}
+
+std::string utcTimestamp(std::chrono::system_clock::time_point time) {
+    using namespace std::chrono;
+    const auto day = floor<days>(time);
+    const year_month_day date(day);
+    const hh_mm_ss clock(floor<milliseconds>(time - day));
+    std::array<char, 80> text{};
+    std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ",
+                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                  static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
+                  static_cast<int>(clock.minutes().count()),
+                  static_cast<int>(clock.seconds().count()),
+                  static_cast<int>(clock.subseconds().count()));
+    return text.data();
 }
 
 String getDate(const std::tm& time) {

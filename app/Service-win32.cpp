@@ -12,6 +12,7 @@
 #include "app/ServiceSetup-win32.h"
 #include "app/StopEvents-win32.h"
 #include "app/StopOption-win32.h"
+#include "app/StopSignal.h"
 
 namespace Orvane {
 
@@ -70,9 +71,17 @@ void report(DWORD state, DWORD checkpoint = 0, int exitStatus = EXIT_SUCCESS) {
 
 DWORD WINAPI onControl(DWORD control, DWORD /*event*/, void* /*data*/, void* /*context*/) {
     switch (control) {
-        case SERVICE_CONTROL_STOP:
         case SERVICE_CONTROL_SHUTDOWN:
+            // Behind the time for preshutdown, if there was any, there are only seconds left.
+            StopSignal::makeUrgent();
+            StopEvents::set();
+            return NO_ERROR;
+        case SERVICE_CONTROL_STOP:
         case SERVICE_CONTROL_PRESHUTDOWN:
+            StopSignal::makeUrgent();
+            StopEvents::set();
+            return NO_ERROR;
+        case SERVICE_CONTROL_STOP:
             StopEvents::set();
             return NO_ERROR;
         case SERVICE_CONTROL_INTERROGATE:

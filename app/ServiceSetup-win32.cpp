@@ -241,8 +241,8 @@ void describe(SC_HANDLE service) {
     std::wstring text = description;
     SERVICE_DESCRIPTIONW described{text.data()};
     ChangeServiceConfig2W(service, SERVICE_CONFIG_DESCRIPTION, &described);
-    // At the end of the system a job gets these three minutes.
-    SERVICE_PRESHUTDOWN_INFO preshutdown{180'000};
+    // What it may take, at the end of the system, to end the host and to send what is ready.
+    SERVICE_PRESHUTDOWN_INFO preshutdown{60'000};
     ChangeServiceConfig2W(service, SERVICE_CONFIG_PRESHUTDOWN_INFO, &preshutdown);
 }
 

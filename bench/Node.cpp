@@ -3,16 +3,16 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <vector>
 
 #include "bench/Figures.h"
+#include "bench/Ports.h"
 #include "protocol/Framing.h"
 #include "protocol/Messages.h"
 #include "protocol/Ports.h"
@@ -22,18 +22,6 @@ namespace Bench {
 namespace {
 
 namespace fs = std::filesystem;
-namespace Tag = Orvane::Tag;
-
-Descriptor listenLocally(const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    Descriptor listener(checked(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket"));
-    checked(bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
-            "bind");
-    checked(listen(listener.get(), 1), "listen");
-    return listener;
-}
 
 /// Whether a datagram to the port is taken. The answer to a ping comes with the next poll.
 bool isDatagramPortBound(unsigned short port) {
@@ -60,21 +48,40 @@ void answerAsPlugin(const Descriptor& plugin) {
 
 }  // namespace
 
-void runProgram(const std::string& program, const std::string& folder) {
+std::string programFile(const std::string& programs, const std::string& name) {
+    const std::string path = programs + "/" + name;
+    return fs::exists(path) ? path : path + ".exe";
+}
+
+void runProgram(const std::string& program, const std::string& folder,
+                const std::string& argument) {
     checked(chdir(folder.c_str()), "chdir");
     const int nowhere = checked(open("/dev/null", O_WRONLY | O_CLOEXEC), "open");
     checked(dup2(nowhere, STDOUT_FILENO), "dup2");
-    checked(execl(program.c_str(), program.c_str(), nullptr), "execl");
+    std::vector<const char*> words = {program.c_str()};
+    if (program.ends_with(".exe"))
+        words.insert(words.begin(), "wine");
+    if (!argument.empty())
+        words.push_back(argument.c_str());
+    words.push_back(nullptr);
+    checked(execvp(words[0], const_cast<char* const*>(words.data())), words[0]);
 }
 
 Node::Node(std::string programFolder, std::string ownFolder, std::string name)
     : programs(std::move(programFolder)),
       folder(std::move(ownFolder)),
-      serverName(std::move(name)) {
+      serverName(std::move(name)),
+      hostListener(listenOn(hostPort)) {
     fs::remove_all(folder);
     fs::create_directories(folder + "/host");
-    hostListener = listenLocally(folder + "/host/bench.socket");
-    fs::create_symlink(programs + "/bench-host", folder + "/host/3dsmaxcmd.exe");
+    fs::copy_file(programFile(programs, "bench-host"), hostProgram());
+}
+
+Descriptor Node::awaitHost() const {
+    Descriptor host = acceptFrom(hostListener);
+    char byte = 0;
+    receiveAll(host, &byte, 1);
+    return host;
 }
 
 void Node::start() {
@@ -84,7 +91,8 @@ void Node::start() {
     fs::remove_all(dataFolder());
     fs::create_directories(dataFolder());
     std::ofstream(dataFolder() + "/DrConfig-1.00.txt") << "2014 " << folder << "/host\n";
-    server = std::make_unique<Process>([this] { runProgram(programs + "/" + serverName, folder); });
+    server = std::make_unique<Process>(
+        [this] { runProgram(programFile(programs, serverName), folder); });
     while (!isListening(loopbackPort) || !isDatagramPortBound(discoveryPort))
         std::this_thread::sleep_for(std::chrono::microseconds(500));
     while (!isListening(masterPort))
@@ -101,17 +109,39 @@ void shakeHands(const Descriptor& master, const std::string& hostVersion) {
     receiveMessage(master);
 }
 
-Job::Job(Node& node, const std::function<void(const Descriptor&)>& sendScene,
-         const std::function<void()>& onHostRuns)
-    : master(connectTo(Orvane::masterPort)) {
+HostAlone::HostAlone(const std::string& programs, const std::string& folder)
+    : listener(listenOn(launcherPort)),
+      launcher([&] {
+          runProgram(programFile(programs, "bench-launcher"), folder,
+                     "echo Starting 3ds max DR... && \"" + folder + "/host/3dsmaxcmd.exe\"");
+      }),
+      connection(acceptFrom(listener)) {}
+
+double HostAlone::start(const Node& node, Descriptor& host) const {
+    const auto start = Clock::now();
+    sendAll(connection, "s");
+    host = node.awaitHost();
+    return secondsSince(start);
+}
+
+double HostAlone::end(Descriptor& host) const {
+    const auto start = Clock::now();
+    host.close();
+    char byte = 0;
+    receiveAll(connection, &byte, 1);
+    return secondsSince(start);
+}
+
+Job::Job(const Node& node, const std::function<void(const Descriptor&)>& sendScene) {
+    const auto start = Clock::now();
+    master = connectTo(Orvane::masterPort);
     shakeHands(master, "max2014");
     sendScene(master);
-    const auto start = Clock::now();
     host = node.awaitHost();
-    char byte = 0;
-    receiveAll(host, &byte, 1);
     hostStartSeconds = secondsSince(start);
-    onHostRuns();
+}
+
+void Job::goOnline() {
     plugin = connectTo(Orvane::loopbackPort);
     answerAsPlugin(plugin);
 }

@@ -12,7 +12,7 @@ namespace Bench {
 /// wants. The ports are fixed, so there is one at a time.
 class Node {
   public:
-    /// `programs` is the folder of the built programs, `server` the name of one.
+    /// `programs` is the folder of the built programs, Windows' or this system's; `server` is one.
     Node(std::string programs, std::string folder, std::string server = "dr-server-headless");
 
     /// Starts the server with an empty data folder and returns when all its ports answer.
@@ -20,9 +20,10 @@ class Node {
     void stop() { server.reset(); }
     const Process& process() const { return *server; }
 
+    std::string hostProgram() const { return folder + "/host/3dsmaxcmd.exe"; }
     std::string dataFolder() const { return folder + "/drData"; }
     /// Waits for the host to be started; the host ends when the connection is closed.
-    Descriptor awaitHost() const { return acceptFrom(hostListener); }
+    Descriptor awaitHost() const;
 
   private:
     std::string programs;
@@ -32,26 +33,45 @@ class Node {
     std::unique_ptr<Process> server;
 };
 
-/// Becomes another program in a folder, with its standard output thrown away.
-void runProgram(const std::string& program, const std::string& folder);
+/// Runs the host's command line by itself, as the system's command interpreter does it.
+class HostAlone {
+  public:
+    HostAlone(const std::string& programs, const std::string& folder);
+    /// Seconds until the host runs. It ends when the connection is closed.
+    double start(const Node& node, Descriptor& host) const;
+    /// Seconds from there until the interpreter has ended.
+    double end(Descriptor& host) const;
+
+  private:
+    Descriptor listener;
+    Process launcher;
+    Descriptor connection;
+};
+
+/// The file of a built program, whichever system it is for.
+std::string programFile(const std::string& programs, const std::string& name);
+/// Becomes another program in a folder, in Wine if it is Windows'. Its standard output is thrown
+/// away.
+void runProgram(const std::string& program, const std::string& folder,
+                const std::string& argument = {});
 
 /// What a master sends first, for a scene of a host release such as "max2014".
 std::string masterHandshake(const std::string& hostVersion);
 /// The same, with its zero byte, up to the answer.
 void shakeHands(const Descriptor& master, const std::string& hostVersion);
 
-/// A job that has come to "DR is running".
+/// A job, from the master's connect on.
 struct Job {
     Descriptor master;
     Descriptor host;
     Descriptor plugin;
-    double hostStartSeconds = 0;  // from the scene's last byte
+    double hostStartSeconds = 0;  // from the connect
 
-    /// `sendScene` writes size and bytes; `onHostRuns` is called before the plug-in connects.
-    Job(
-        Node& node, const std::function<void(const Descriptor&)>& sendScene,
-        const std::function<void()>& onHostRuns = [] {});
-    /// Ends the job as a real one ends, the plug-in first.
+    /// Returns when the host runs; `sendScene` writes size and bytes.
+    Job(const Node& node, const std::function<void(const Descriptor&)>& sendScene);
+    /// Connects as the plug-in, which starts the relay.
+    void goOnline();
+    /// Ends the job as a real one ends, the plug-in first; returns when the server has.
     void end();
 };
 

@@ -5,6 +5,7 @@
 #include <asio/buffer.hpp>
 #include <asio/ip/tcp.hpp>
 
+#include "protocol/FileSender.h"
 #include "protocol/NetworkContext.h"
 #include "protocol/Resolve.h"
 #include "protocol/SocketSetup.h"
@@ -148,19 +149,55 @@ std::size_t Connection::receive(void* buffer, std::size_t size, int flags,
 }
 
 std::size_t Connection::write(const void* bytes, std::size_t size) {
+    return writeAll(bytes, size, 0);
+}
+
+std::size_t Connection::writeHead(const void* bytes, std::size_t size) {
+    return writeAll(bytes, size, SocketSetup::moreFollowsFlag());
+}
+
+std::size_t Connection::writeAll(const void* bytes, std::size_t size, int flags) {
     const auto deadline = nextDeadline();
     std::size_t done = 0;
-    while (isAlive() && done < size) {
-        asio::error_code error;
+    while (done < size) {
         const char* const rest = static_cast<const char*>(bytes) + done;
-        done += native->socket.write_some(asio::buffer(rest, size - done), error);
-        const Outcome outcome = outcomeOf(error);
-        if (outcome == Outcome::Ended || outcome == Outcome::Failed)
-            end(outcome == Outcome::Failed);
-        else if (outcome == Outcome::WouldBlock && !waitUntil(handle(), WaitFor::Room, deadline))
+        const std::size_t sent = send(rest, size - done, flags, deadline);
+        if (sent == 0)
             break;
+        done += sent;
     }
     return done;
+}
+
+std::size_t Connection::writeSome(const void* bytes, std::size_t size, Clock::time_point deadline) {
+    return send(bytes, size, 0, deadline);
+}
+
+std::size_t Connection::send(const void* bytes, std::size_t size, int flags,
+                             Clock::time_point deadline) {
+    while (isAlive()) {
+        asio::error_code error;
+        const std::size_t sent = native->socket.send(asio::buffer(bytes, size), flags, error);
+        const Outcome outcome = outcomeOf(error);
+        if (outcome == Outcome::Moved)
+            return sent;
+        if (outcome != Outcome::WouldBlock)
+            end(outcome == Outcome::Failed);
+        else if (!waitUntil(handle(), WaitFor::Room, deadline))
+            break;
+    }
+    return 0;
+}
+
+std::size_t Connection::sendSome(std::FILE* file, std::size_t most, Clock::time_point deadline) {
+    while (isAlive()) {
+        const DirectSend result = sendDirectly(handle(), file, most);
+        if (!result.wouldBlock)
+            return result.bytes;
+        if (!waitUntil(handle(), WaitFor::Room, deadline))
+            break;
+    }
+    return 0;
 }
 
 void Connection::discardInput() {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdio>
 #include <memory>
 
 #include "OrvaneCore/String.h"
@@ -39,6 +40,8 @@ class Connection {
     /// an error. Only the latter two end the connection.
     [[nodiscard]] std::size_t read(void* buffer, std::size_t size);
     std::size_t write(const void* bytes, std::size_t size);
+    /// The same for bytes that others follow at once: they may leave with those.
+    std::size_t writeHead(const void* bytes, std::size_t size);
 
     /// When a read or write that begins now would give up.
     Clock::time_point nextDeadline() const {
@@ -46,6 +49,14 @@ class Connection {
     }
     /// Answers with the first bytes that come; 0 after the deadline, the peer's end or an error.
     [[nodiscard]] std::size_t readSome(void* buffer, std::size_t size, Clock::time_point deadline);
+    /// Answers as soon as some bytes went; 0 after the deadline, the peer's end or an error.
+    [[nodiscard]] std::size_t writeSome(const void* bytes, std::size_t size,
+                                        Clock::time_point deadline);
+    /// The same with the next bytes of an unbuffered file, moved by the system itself. 0, and the
+    /// connection as it was, where it cannot or something is wrong: reading from where the file
+    /// then stands and writing goes on, or tells what it is.
+    [[nodiscard]] std::size_t sendSome(std::FILE* file, std::size_t most,
+                                       Clock::time_point deadline);
 
     /// Waits up to `longest` for input and shows it without taking it; 0 when there is none.
     [[nodiscard]] std::size_t peek(void* buffer, std::size_t size,
@@ -70,6 +81,8 @@ class Connection {
   private:
     struct Native;
     explicit Connection(std::unique_ptr<Native> connected);
+    std::size_t writeAll(const void* bytes, std::size_t size, int flags);
+    std::size_t send(const void* bytes, std::size_t size, int flags, Clock::time_point deadline);
     std::size_t receive(void* buffer, std::size_t size, int flags, Clock::time_point deadline);
     void end(bool byError);
 

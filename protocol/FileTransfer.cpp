@@ -1,7 +1,7 @@
 #include "protocol/FileTransfer.h"
 
 #include <algorithm>
-#include <array>
+#include <memory>
 
 #include "OrvaneCore/Exception.h"
 #include "OrvaneCore/FileSystem.h"
@@ -11,12 +11,50 @@ namespace Orvane {
 
 namespace {
 
-using Chunk = std::array<char, fileChunkBytes>;
+constexpr auto chunkBytes = static_cast<std::int64_t>(fileChunkBytes);
 
-std::size_t nextChunk(std::int64_t remaining) {
-    return static_cast<std::size_t>(
-        std::min<std::int64_t>(remaining, static_cast<std::int64_t>(fileChunkBytes)));
-}
+/// Of one file: how far it is and how long the next bytes may take. Each chunk has the connection's
+/// time-out from when the one before it was through.
+class Course {
+  public:
+    Course(const Connection& used, std::int64_t fileSize, TransferProgress callback, void* argument)
+        : connection(used),
+          size(fileSize),
+          deadline(used.nextDeadline()),
+          progress(callback),
+          progressArgument(argument) {
+        report();
+    }
+
+    std::int64_t moved() const { return done; }
+    std::int64_t left() const { return size - done; }
+    /// At most `most`.
+    std::size_t leftUpTo(std::size_t most) const {
+        return static_cast<std::size_t>(std::min(left(), static_cast<std::int64_t>(most)));
+    }
+    Connection::Clock::time_point nextDeadline() const { return deadline; }
+
+    void add(std::size_t bytes) {
+        const std::int64_t chunk = done / chunkBytes;
+        done += static_cast<std::int64_t>(bytes);
+        if (done / chunkBytes != chunk)
+            deadline = connection.nextDeadline();
+        report();
+    }
+
+  private:
+    void report() const {
+        if (progress != nullptr)
+            progress(progressArgument, done, size);
+    }
+
+    const Connection& connection;
+    const std::int64_t size;
+    std::int64_t done = 0;
+    Connection::Clock::time_point deadline;
+    const TransferProgress progress;
+    void* const progressArgument;
+};
 
 String folderOf(const String& path) {
     const std::u16string_view text = path.view();
@@ -24,7 +62,7 @@ String folderOf(const String& path) {
     return slash == text.npos ? String(".") : String(text.substr(0, slash + 1));
 }
 
-/// Chunks are the buffer; the library's own would split each into two calls and a copy.
+/// Buffers are the caller's; the library's own would split each into two calls and a copy.
 void leaveBufferingOut(std::FILE* stream) {
     std::setvbuf(stream, nullptr, _IONBF, 0);
 }
@@ -64,6 +102,16 @@ void InputFile::read(void* buffer, std::size_t count) {
     moved += static_cast<std::int64_t>(count);
 }
 
+std::size_t InputFile::sendSome(Connection& connection, std::int64_t most,
+                                Connection::Clock::time_point deadline) {
+    // In one call: enough to be worth it, little enough to see it move.
+    constexpr std::int64_t atOnce = 16 * chunkBytes;
+    const std::size_t sent =
+        connection.sendSome(stream, static_cast<std::size_t>(std::min(most, atOnce)), deadline);
+    moved += static_cast<std::int64_t>(sent);
+    return sent;
+}
+
 OutputFile::OutputFile(const String& filePath)
     : name(filePath),
       stream(FileSystem::openFile(filePath, "wb", FileSystem::Sharing::DenyWriters)) {
@@ -97,44 +145,79 @@ int sendFile(Connection& connection, const String& path) {
     return sendFile(connection, file);
 }
 
+namespace {
+
+int sendCopies(Connection& connection, InputFile& file, Course& course) {
+    constexpr std::size_t atOnce = 4 * fileChunkBytes;
+    const auto buffer = std::make_unique_for_overwrite<char[]>(atOnce);
+    while (course.left() > 0) {
+        const std::size_t bytes = course.leftUpTo(atOnce);
+        file.read(buffer.get(), bytes);
+        for (std::size_t done = 0; done < bytes;) {
+            const std::size_t sent =
+                connection.writeSome(buffer.get() + done, bytes - done, course.nextDeadline());
+            if (sent == 0)
+                return 1;
+            done += sent;
+            course.add(sent);
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+
 int sendFile(Connection& connection, InputFile& file, TransferProgress progress, void* argument) {
     const std::int64_t size = file.size();
     if (size < 0 || !connection.isAlive())
         return 1;
     connection.setTimeout(Timeouts::fileSendSeconds);
-    connection.write(&size, sizeof(size));
-    if (progress != nullptr)
-        progress(argument, 0, size);
-    Chunk chunk;
-    for (std::int64_t remaining = size; remaining > 0;) {
-        const std::size_t bytes = nextChunk(remaining);
-        file.read(chunk.data(), bytes);
-        const std::size_t written = connection.write(chunk.data(), bytes);
-        remaining -= static_cast<std::int64_t>(bytes);
-        if (written != bytes || !connection.isAlive())
-            return 1;
-        if (progress != nullptr)
-            progress(argument, size - remaining, size);
+    // Not looked at: where it fails the bytes do, too.
+    if (size > 0)
+        connection.writeHead(&size, sizeof(size));
+    else
+        connection.write(&size, sizeof(size));
+    Course course(connection, size, progress, argument);
+    while (course.left() > 0) {
+        const std::size_t sent = file.sendSome(connection, course.left(), course.nextDeadline());
+        if (sent == 0)
+            return sendCopies(connection, file, course);
+        course.add(sent);
     }
     return 0;
 }
 
 namespace {
 
+constexpr std::size_t receiveBytes = 16 * fileChunkBytes;
+
+/// A chunk is in the file as a whole even if it did not come as one: the rest is what a buffer of
+/// one chunk would still hold of the chunk before.
+void fillUpChunk(OutputFile& file, const char* buffer, const Course& course) {
+    const std::int64_t at = course.moved();
+    const std::size_t missing =
+        course.leftUpTo(static_cast<std::size_t>(chunkBytes - at % chunkBytes));
+    const auto before = static_cast<std::size_t>(at < chunkBytes ? at : at - chunkBytes);
+    file.write(buffer + before % receiveBytes, missing);
+}
+
 /// Each piece goes to the file as it comes, so that the sender fills the socket again meanwhile.
-/// Within the chunk's time-out; false if it did not come whole.
-bool receiveChunk(Connection& connection, OutputFile& file, char* chunk, std::size_t bytes) {
-    const auto deadline = connection.nextDeadline();
-    std::size_t done = 0;
-    while (const std::size_t got = connection.readSome(chunk + done, bytes - done, deadline)) {
-        file.write(chunk + done, got);
-        done += got;
-        if (done == bytes)
-            return true;
+int receiveChunks(Connection& connection, OutputFile& file, Course& course) {
+    const auto buffer = std::make_unique_for_overwrite<char[]>(receiveBytes);
+    // Zeros, so that what a short read leaves in the file is never memory of this process.
+    std::fill_n(buffer.get(), fileChunkBytes, '\0');
+    while (course.left() > 0) {
+        const std::size_t at = static_cast<std::size_t>(course.moved()) % receiveBytes;
+        const std::size_t got = connection.readSome(
+            buffer.get() + at, course.leftUpTo(receiveBytes - at), course.nextDeadline());
+        if (got == 0) {
+            fillUpChunk(file, buffer.get(), course);
+            return 1;
+        }
+        file.write(buffer.get() + at, got);
+        course.add(got);
     }
-    // A chunk is in the file as a whole even if it did not come as one.
-    file.write(chunk + done, bytes - done);
-    return false;
+    return 0;
 }
 
 }  // namespace
@@ -148,22 +231,13 @@ int receiveFile(Connection& connection, const String& path, TransferProgress pro
     connection.setTimeout(Timeouts::fileReceiveSeconds);
     if (connection.read(&size, sizeof(size)) != sizeof(size) || size < 0)
         return 1;
-    if (progress != nullptr)
-        progress(argument, 0, size);
+    Course course(connection, size, progress, argument);
     if (!fitsOnDisk(size, path))
         throw fileException(path);
-    // Zeros, so that what a short read leaves in the file is never memory of this process.
-    Chunk chunk{};
-    for (std::int64_t remaining = size; remaining > 0;) {
-        const std::size_t bytes = nextChunk(remaining);
-        remaining -= static_cast<std::int64_t>(bytes);
-        if (!receiveChunk(connection, file, chunk.data(), bytes))
-            return 1;
-        if (progress != nullptr)
-            progress(argument, size - remaining, size);
-    }
-    file.finish();
-    return 0;
+    const int result = receiveChunks(connection, file, course);
+    if (result == 0)
+        file.finish();
+    return result;
 }
 
 }  // namespace Orvane

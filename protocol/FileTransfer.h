@@ -8,7 +8,9 @@
 
 namespace Orvane {
 
-/// A file on a stream is its size (8 bytes, signed, little-endian) and its bytes, moved in chunks.
+/// A file on a stream is its size (8 bytes, signed, little-endian) and its bytes, in chunks: each
+/// has the time-out to itself, and a broken transfer leaves whole ones. How many bytes a call moves
+/// is another matter.
 constexpr std::size_t fileChunkBytes = 0x10000;
 
 /// A file opened for sending; refuses one that somebody is still writing, where the platform can
@@ -21,6 +23,9 @@ class InputFile {
     InputFile& operator=(const InputFile&) = delete;
 
     void read(void* buffer, std::size_t count);
+    /// Sends some of the bytes that come next, as Connection::sendSome() does.
+    std::size_t sendSome(Connection& connection, std::int64_t most,
+                         Connection::Clock::time_point deadline);
     const String& path() const { return name; }
     /// As it was when the file was opened; -1 when it cannot be had.
     std::int64_t size() const { return bytes; }
@@ -55,7 +60,7 @@ class OutputFile {
     std::int64_t moved = 0;
 };
 
-/// Called when the size is known and after each chunk, with the bytes moved so far and the size.
+/// Called when the size is known and whenever bytes went, with the bytes moved so far and the size.
 using TransferProgress = void (*)(void* argument, std::int64_t moved, std::int64_t size);
 
 /// All answer 0 for success and 1 for a failed connection, and throw the file exception when the

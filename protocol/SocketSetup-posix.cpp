@@ -42,6 +42,10 @@ void tuneConnection(SocketHandle connection) {
     setOption(connection, IPPROTO_TCP, TCP_KEEPCNT, 6);
 }
 
+int moreFollowsFlag() {
+    return MSG_MORE;
+}
+
 void ignoreAbsentPeers(SocketHandle) {
     // The system tells sockets without a fixed peer nothing of them.
 }

@@ -66,6 +66,10 @@ void tuneConnection(SocketHandle connection) {
              &returned, nullptr, nullptr);
 }
 
+int moreFollowsFlag() {
+    return 0;
+}
+
 void ignoreAbsentPeers(SocketHandle datagramSocket) {
     switchOff(datagramSocket, reportAbsentPeers);
     switchOff(datagramSocket, reportAbsentNetworks);

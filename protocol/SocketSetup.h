@@ -19,6 +19,10 @@ void claimPort(SocketHandle listener);
 /// two minutes.
 void tuneConnection(SocketHandle connection);
 
+/// Of a send whose bytes may wait for those of the next one, to leave with them; 0 where there is
+/// no such flag.
+int moreFollowsFlag();
+
 /// An earlier datagram that nobody took is no error of the next receive.
 void ignoreAbsentPeers(SocketHandle datagramSocket);
 

@@ -35,16 +35,19 @@ void DrServer::makeDataFolder() {
 
 void DrServer::openDoor() {
     door = std::make_unique<Door>(masterPort, config.masters, log);
-    if (door->isOk())
+    if (door->isOk()) {
+        // No other server works here now.
+        jobBook.open();
         return;
+    }
     showPortInUse("Cannot bind to the remote connection port (TCP ", masterPort);
     // Without this port there is nothing to live for: the loop ends at once and closes the program.
     stopRequested = true;
 }
 
 void DrServer::serveMasters() {
-    const JobServices services{log,         config, maxInvoker, *loopbackListener,
-                               relayWakeup, dumps,  hostSwitch};
+    const JobServices services{log,         config, maxInvoker, hostEnd, *loopbackListener,
+                               relayWakeup, dumps,  hostSwitch, jobBook};
     MasterLoop(*door, services, stopRequested).run();
     log.requestClose();
 }
@@ -57,7 +60,7 @@ void DrServer::requestStop() {
 
 void DrServer::endHost() {
     if (hostSwitch.turnOff())
-        log.log("Ending 3ds max: there are only seconds left");
+        log.log(HostSwitch::line);
 }
 
 bool DrServer::isBusy() const {

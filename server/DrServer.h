@@ -10,6 +10,7 @@
 #include "server/Door.h"
 #include "server/DumpFolder.h"
 #include "server/HostSwitch.h"
+#include "server/JobBook.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
 
@@ -36,6 +37,10 @@ class DrServer {
     /// which lets the job come to its end.
     void endHost();
 
+    static constexpr std::chrono::seconds refreshPeriod{45};
+    /// Keeps the node's figures fresh. To be called at least so often, by any thread.
+    void refreshState() { state.refresh(); }
+
   private:
     void makeDataFolder();
     void openDoor();
@@ -45,9 +50,12 @@ class DrServer {
     DrLog& log;
     std::atomic<bool> stopRequested = false;
     DrConfig config;
+    NodeState state{config};
+    JobBook jobBook{config, log, state};
     HostSwitch hostSwitch;
     DumpFolder dumps{config, log, stopRequested};
-    RelayWakeup relayWakeup;
+    RelayWakeup relayWakeup{log};
+    WaitSignal hostEnd;
     StandbyThread maxInvoker;
     std::unique_ptr<Door> door;
     std::unique_ptr<LoopbackListener> loopbackListener;

@@ -1,10 +1,13 @@
 #include "server/HostOutput.h"
 
 #include <cstdio>
+#include <sstream>
 
 #include "OrvaneCore/FileSystem.h"
 #include "OrvaneCore/Str.h"
+#include "OrvaneCore/WholeFile.h"
 #include "server/LaunchCommand.h"
+#include "server/StrangersText.h"
 
 namespace Orvane {
 
@@ -33,6 +36,22 @@ String hostOutputPath(const String& dataFolder, DrLog& log) {
         return other;
     }
     return usual;
+}
+
+std::vector<String> lastLines(const String& path, std::int64_t from) {
+    constexpr std::size_t mostLines = 20;
+    constexpr std::size_t mostCharacters = 500;
+    std::string bytes = WholeFile::readEnd(path, from, 64 * 1024);
+    // A host may write 16-bit text, or an end of line that is none elsewhere.
+    std::erase_if(bytes, [](char byte) { return byte == '\0' || byte == '\r'; });
+    std::vector<String> lines;
+    std::istringstream stream(bytes);
+    for (std::string line; std::getline(stream, line);)
+        if (line.find_first_not_of(" \t") != line.npos)
+            lines.push_back(shownInLog(line.substr(0, mostCharacters)));
+    if (lines.size() > mostLines)
+        lines.erase(lines.begin(), lines.end() - mostLines);
+    return lines;
 }
 
 void HostOutput::take(std::string_view bytes) {

@@ -28,6 +28,7 @@ void HostRun::start(const String& line, const String& outputPath) {
     output = std::make_unique<HostOutput>(outputPath);
     command = std::make_unique<Command>(line, priority,
                                         [this](std::string_view bytes) { output->take(bytes); });
+    hostEnd.clear();
     hostSwitch.setHost(command.get());
     maxInvoker.run([](void* self) { static_cast<HostRun*>(self)->run(); }, this);
 }
@@ -36,6 +37,7 @@ void HostRun::run() {
     outcome = command->run();
     hostSwitch.setHost(nullptr);
     output->write();
+    hostEnd.set();
 }
 
 void HostRun::release() {
@@ -90,15 +92,22 @@ void HostRun::keepAccount() {
 }
 
 void HostRun::logEnd() {
-    if (!outcome.hasStarted())
-        log.log(String("Cannot start the command interpreter: ") + outcome.startFailure);
-    else if (ended)
-        log.log(String("Ended 3ds max: it had not ended by itself for ") +
-                Str::toWString(static_cast<std::int32_t>(config.hostPatience.count())) + " s");
-    else if (outcome.status != 0 && !hostSwitch.isOff())
-        log.log(String("3ds max ended with exit code ") + statusText(outcome.status));
+    const String line = endLine();
+    if (!line.isEmpty())
+        log.log(line);
     if (outcome.leftProcesses && !ended)
         log.log("Ended processes that 3ds max had left behind");
+}
+
+String HostRun::endLine() const {
+    if (!outcome.hasStarted())
+        return String("Cannot start the command interpreter: ") + outcome.startFailure;
+    if (ended)
+        return String("Ended 3ds max: it had not ended by itself for ") +
+               Str::toWString(static_cast<std::int32_t>(config.hostPatience.count())) + " s";
+    if (outcome.status != 0 && !hostSwitch.isOff())
+        return String("3ds max ended with exit code ") + statusText(outcome.status);
+    return {};
 }
 
 }  // namespace Orvane

@@ -17,6 +17,7 @@ class HostRun {
     /// `services` must outlive the run.
     explicit HostRun(const JobServices& services)
         : maxInvoker(services.maxInvoker),
+          hostEnd(services.hostEnd),
           log(services.log),
           config(services.config),
           hostSwitch(services.hostSwitch) {}
@@ -37,6 +38,11 @@ class HostRun {
     void waitForEnd();
     /// How the host ended; when it is no longer running.
     const CommandResult& result() const { return outcome; }
+    /// Its time after the release was over.
+    bool wasEnded() const { return ended; }
+    bool hasCrashed() const { return outcome.hasCrashed() && !ended && !hostSwitch.isOff(); }
+    /// The log's line about that; empty if it ended well.
+    String endLine() const;
 
   private:
     void run();
@@ -47,6 +53,7 @@ class HostRun {
     void logEnd();
 
     StandbyThread& maxInvoker;
+    WaitSignal& hostEnd;
     DrLog& log;
     const DrConfig& config;
     HostSwitch& hostSwitch;

@@ -10,6 +10,9 @@ namespace Orvane {
 /// seconds left. Any thread.
 class HostSwitch {
   public:
+    /// What the log says when it is used.
+    static constexpr const char* line = "Ending 3ds max: there are only seconds left";
+
     /// True when a host was running, and only the first time.
     bool turnOff();
     bool isOff() const;

@@ -42,7 +42,14 @@ void ImageRelay::relayLastDumps() {
         relayDumps();
     }
     for (const auto& [path, isKnown] : waiting)
-        log.log(String("Image not sent: ") + String(std::u16string_view(path)));
+        fail(JobOutcome::TransferFailed,
+             String("Image not sent: ") + String(std::u16string_view(path)));
+}
+
+void ImageRelay::fail(JobOutcome outcome, const String& line) {
+    log.log(line);
+    if (!firstFailure)
+        firstFailure = {outcome, line};
 }
 
 /// Sends what the folder holds now; true when that was something, and the master is still there.
@@ -103,14 +110,18 @@ bool ImageRelay::announceAndSend(InputFile& file) {
     const auto size = static_cast<std::uint64_t>(file.size());
     log.log(String("Started EXR dump (") + Str::getFormatted(size) +
             " bytes, filename: " + file.path() + ")");
-    return announce() && send(file);
+    if (!announce() || !send(file))
+        return false;
+    images.add(size);
+    return true;
 }
 
 bool ImageRelay::announce() {
     const int result = writeMessage(master, DumpExr::text(), Timeouts::commandWriteSeconds);
     if (result == 0)
         return true;
-    log.log(String("File dump signal write failed: ") + Str::toWString(std::int32_t{result}));
+    fail(JobOutcome::MasterLeft,
+         String("File dump signal write failed: ") + Str::toWString(std::int32_t{result}));
     master.close();
     return false;
 }
@@ -125,7 +136,7 @@ bool ImageRelay::send(InputFile& file) {
     } catch (const Exception& fileFailure) {
         failure = fileFailure.getMessage();
     }
-    log.log(String("Sending file to remote side failed: ") + failure);
+    fail(JobOutcome::TransferFailed, String("Sending file to remote side failed: ") + failure);
     // The master waits for the rest of a file that will not come; anything else that was written
     // now would end up in its image.
     master.close();

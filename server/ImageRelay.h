@@ -4,6 +4,7 @@
 #include <string>
 
 #include "protocol/Connection.h"
+#include "server/JobReceipt.h"
 #include "server/JobServices.h"
 
 namespace Orvane {
@@ -28,6 +29,10 @@ class ImageRelay {
     /// writing. With a little patience for those that cannot be opened yet.
     void relayLastDumps();
 
+    const SentImages& sent() const { return images; }
+    /// Why an image did not reach the master; the first reason there was.
+    const std::optional<JobEnding>& failure() const { return firstFailure; }
+
   private:
     enum class Outcome { Sent, LeftForLater, MasterLost };
     struct Result {
@@ -43,6 +48,7 @@ class ImageRelay {
     bool announce();
     bool send(InputFile& file);
     void retain(const String& path);
+    void fail(JobOutcome outcome, const String& line);
     void leaveForLater(const String& path, const String& reason, Waiting& left) const;
 
     Connection& master;
@@ -50,6 +56,8 @@ class ImageRelay {
     DrLog& log;
     DumpFolder& dumps;
     Waiting waiting;
+    SentImages images;
+    std::optional<JobEnding> firstFailure;
 };
 
 }  // namespace Orvane

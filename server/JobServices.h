@@ -5,6 +5,7 @@
 #include "config/DrConfig.h"
 #include "server/DumpFolder.h"
 #include "server/HostSwitch.h"
+#include "server/JobBook.h"
 #include "server/LoopbackListener.h"
 #include "server/RelayWakeup.h"
 
@@ -15,10 +16,12 @@ struct JobServices {
     DrLog& log;
     const DrConfig& config;
     StandbyThread& maxInvoker;
+    WaitSignal& hostEnd;  ///< set from the end of a host until the next one's start
     LoopbackListener& loopback;
     RelayWakeup& wakeup;
     DumpFolder& dumps;
     HostSwitch& hostSwitch;
+    JobBook& book;
 };
 
 }  // namespace Orvane

@@ -1,5 +1,7 @@
 #include "server/LoopbackListener.h"
 
+#include <array>
+
 #include "OrvaneCore/Str.h"
 #include "protocol/Framing.h"
 #include "protocol/Ports.h"
@@ -35,9 +37,19 @@ void LoopbackListener::drainPendingConnections() {
     }
 }
 
-bool LoopbackListener::tryLocalHandshake(const DrConfig& config, const FrameInfo& frameInfo) {
+std::unique_ptr<Connection> LoopbackListener::awaitCaller(const WaitSignal& hostEnd) {
+    if (!listener.isOk())
+        return listener.accept();
+    constexpr std::chrono::seconds longest{Timeouts::pluginAcceptSeconds};
+    std::array<WaitedSocket, 2> waited = {{{listener.handle()}, {hostEnd.handle()}}};
+    waitForSockets(waited, SocketClock::now() + longest);
+    return waited[0].ready ? listener.accept() : nullptr;
+}
+
+bool LoopbackListener::tryLocalHandshake(const DrConfig& config, const FrameInfo& frameInfo,
+                                         const WaitSignal& hostEnd) {
     strangers.tick();
-    plugin = listener.accept();
+    plugin = awaitCaller(hostEnd);
     if (plugin == nullptr)
         return false;
     const PluginJob job{config.dataFolder, frameInfo};

@@ -22,9 +22,11 @@ class LoopbackListener {
     /// Throws away connections that an earlier host left behind, until none waits. Never takes more
     /// than ten seconds: a program that connects again and again must not hold up a job.
     void drainPendingConnections();
-    /// Waits a second for a connection and, if one comes, tells it the job; true when it answers as
+    /// Waits a second for a connection, but not for the plug-in of a host that has ended, and, if
+    /// one comes, tells it the job; true when it answers as
     /// the plug-in does and is now held.
-    bool tryLocalHandshake(const DrConfig& config, const FrameInfo& frameInfo);
+    bool tryLocalHandshake(const DrConfig& config, const FrameInfo& frameInfo,
+                           const WaitSignal& hostEnd);
     /// Written if the plug-in is there to take it.
     void forwardEndRender();
     void closeLocalConnection();
@@ -35,6 +37,8 @@ class LoopbackListener {
     const Connection& pluginConnection() const { return *plugin; }
 
   private:
+    std::unique_ptr<Connection> awaitCaller(const WaitSignal& hostEnd);
+
     DrLog& log;
     Listener listener;
     LineFold strangers;

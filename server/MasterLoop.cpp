@@ -25,6 +25,18 @@ String onOneLine(String text) {
     return text;
 }
 
+JobReceipt receiptOf(const JobPlan& plan, const Connection& master) {
+    JobReceipt receipt;
+    receipt.master = master.peerAddress();
+    receipt.releaseAsked = plan.sceneYear;
+    receipt.releaseUsed = plan.hostYear;
+    receipt.frames = plan.request.frameName;
+    receipt.camera = plan.request.cameraName;
+    if (plan.isRefused())
+        receipt.ending = {JobOutcome::Refused, plan.refusal};
+    return receipt;
+}
+
 }  // namespace
 
 MasterLoop::MasterLoop(Door& masterDoor, const JobServices& jobServices,
@@ -38,10 +50,12 @@ MasterLoop::MasterLoop(Door& masterDoor, const JobServices& jobServices,
 
 void MasterLoop::run() {
     while (!stopRequested) {
-        if (auto master = door.next(std::min(lostConnections.due(), refusedJobs.due())))
+        if (auto master = door.next(
+                std::min({lostConnections.due(), refusedJobs.due(), services.book.due()})))
             serve(*master);
         lostConnections.tick();
         refusedJobs.tick();
+        services.book.tick();
     }
 }
 
@@ -66,13 +80,20 @@ bool MasterLoop::answer(Master& master) {
 }
 
 void MasterLoop::perform(const JobPlan& plan, Master& master) {
-    const bool logged = logAccepted(plan, master);
-    if (!plan.isRefused())
-        RenderJob(services, *master.connection, plan).run();
-    else if (logged)
+    JobReceipt receipt = receiptOf(plan, *master.connection);
+    if (!logAccepted(plan, master)) {
+        services.book.leaveOut(receipt);
+        return;
+    }
+    if (plan.isRefused()) {
         log.log(plan.refusal);
-    if (logged)
-        log.log(readyLine);
+    } else {
+        services.book.begin(receipt);
+        RenderJob(services, *master.connection, plan, receipt).run();
+    }
+    services.book.end(receipt);
+    log.log(readyLine);
+    services.book.afterwards(receipt);
 }
 
 bool MasterLoop::logAccepted(const JobPlan& plan, const Master& master) {

@@ -25,13 +25,14 @@ struct RelayWakeup::Native {
     }
 };
 
-RelayWakeup::RelayWakeup() : native(new Native) {}
+RelayWakeup::RelayWakeup(DrLog& target) : log(target), native(new Native) {}
 RelayWakeup::~RelayWakeup() = default;
 
-void RelayWakeup::watch(const String& folder) {
+bool RelayWakeup::startWatching(const String& folder) {
     // Not at a file's creation: it is finished when it is closed or renamed into place.
     native->folder =
         inotify_add_watch(native->events, toAnsi(folder).c_str(), IN_CLOSE_WRITE | IN_MOVED_TO);
+    return native->folder >= 0;
 }
 
 void RelayWakeup::stopWatching() {

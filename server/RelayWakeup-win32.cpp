@@ -41,13 +41,14 @@ struct RelayWakeup::Native {
     HANDLE changes = INVALID_HANDLE_VALUE;
 };
 
-RelayWakeup::RelayWakeup() : native(new Native) {}
+RelayWakeup::RelayWakeup(DrLog& target) : log(target), native(new Native) {}
 RelayWakeup::~RelayWakeup() = default;
 
-void RelayWakeup::watch(const String& folder) {
+bool RelayWakeup::startWatching(const String& folder) {
     native->changes =
         FindFirstChangeNotificationW(longPath(folder).c_str(), FALSE,
                                      FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE);
+    return native->changes != INVALID_HANDLE_VALUE;
 }
 
 void RelayWakeup::stopWatching() {

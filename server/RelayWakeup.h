@@ -3,7 +3,7 @@
 #include <chrono>
 #include <memory>
 
-#include "OrvaneCore/String.h"
+#include "OrvaneCore/DrLog.h"
 #include "protocol/Connection.h"
 
 namespace Orvane {
@@ -18,12 +18,14 @@ namespace Orvane {
 /// take back before the bytes can be read where they are wanted.
 class RelayWakeup {
   public:
-    RelayWakeup();
+    /// `target` must outlive the object.
+    explicit RelayWakeup(DrLog& target);
     ~RelayWakeup();
     RelayWakeup(const RelayWakeup&) = delete;
     RelayWakeup& operator=(const RelayWakeup&) = delete;
 
-    /// Files that come between the two wake the next wait.
+    /// Files that come between the two wake the next wait. That a folder cannot be watched is said
+    /// in the log once.
     void watch(const String& folder);
     void stopWatching();
 
@@ -33,6 +35,11 @@ class RelayWakeup {
 
   private:
     struct Native;
+
+    bool startWatching(const String& folder);
+
+    DrLog& log;
+    bool toldOfSlowness = false;
     std::unique_ptr<Native> native;
 };
 

@@ -37,20 +37,26 @@ void SceneFile::removeLeftovers() {
     }
 }
 
-bool SceneFile::download(Connection& master, const JobPlan& plan) {
+bool SceneFile::download(Connection& master, const JobPlan& plan, JobReceipt& receipt) {
     const Stopwatch watch;
     log.log(String("Downloading 3ds max ") + Str::toWString(plan.sceneYear) +
             " scene to render with 3ds max " + Str::toWString(plan.hostYear));
+    bool whole = false;
     try {
-        // Not looked at: the host reports a scene that is not whole in its own log.
-        (void)receiveFile(master, file);
+        whole = receiveFile(master, file) == 0;
     } catch (const Exception& failure) {
         log.log(failure.getMessage());
+        receipt.ending = {JobOutcome::Disk, failure.getMessage()};
         return false;
     }
     const auto size = static_cast<std::uint64_t>(FileSystem::fileSize(file));
-    log.log(String("Downloaded scene: ") + Str::getFormatted(size) + " bytes in " +
-            watch.secondsText() + " s");
+    const String line = String("Downloaded scene: ") + Str::getFormatted(size) + " bytes in " +
+                        watch.secondsText() + " s";
+    log.log(line);
+    receipt.sceneBytes = size;
+    receipt.seconds.download = watch.exactSeconds();
+    if (!whole)
+        receipt.ending = {JobOutcome::TransferFailed, line};
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include "config/DrConfig.h"
 #include "protocol/Connection.h"
 #include "server/JobPlan.h"
+#include "server/JobReceipt.h"
 
 namespace Orvane {
 
@@ -15,9 +16,9 @@ class SceneFile {
     /// ended with the machine's power: they are large, and nobody else removes them.
     SceneFile(const DrConfig& settings, DrLog& target);
 
-    /// Receives the scene. False, with the reason in the log, when it cannot be written; a transfer
-    /// that breaks off is no failure here, for the host reports a scene that is not whole.
-    bool download(Connection& master, const JobPlan& plan);
+    /// Receives the scene. False, with the reason in the log, when it cannot be written; after a
+    /// transfer that breaks off the job goes on, for the host reports a scene that is not whole.
+    bool download(Connection& master, const JobPlan& plan, JobReceipt& receipt);
     void remove();
 
     const String& path() const { return file; }

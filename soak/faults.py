@@ -45,8 +45,7 @@ def halted_output(node):
     node.configure(f"{YEAR} {node.install(YEAR, *PLAN)}")
     reader, writer = os.pipe()
     fcntl.fcntl(writer, fcntl.F_SETPIPE_SZ, 4096)
-    with open(node.folder / "err", "wb") as err:
-        node.server = subprocess.Popen(SERVER, cwd=node.folder, stdout=writer, stderr=err)
+    node.spawn(stdout=writer)
     os.close(writer)
     file = node.data / "DrLog.txt"
     eventually(lambda: file.exists() and "Available" in file.read_text("latin-1"))

@@ -161,6 +161,7 @@ void DrWindow::stopServer() {
         if (StopSignal::isUrgent())
             server->endHost();
         log.flush();
+        server->refreshState();
     }
     server.reset();
 }
@@ -208,6 +209,8 @@ void DrWindow::onSaveImagesToggled(wxCommandEvent& event) {
 
 void DrWindow::onFlushTimer(wxTimerEvent& /*event*/) {
     log.flush();
+    if (server != nullptr)
+        server->refreshState();
     // The notification area may go away, and the only way to the window with it.
     if (trayIcon != nullptr && !IsShown() && !wxTaskBarIcon::IsAvailable())
         restoreFromTray();

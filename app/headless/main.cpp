@@ -28,17 +28,19 @@ class HeadlessProgram {
         log.log("DR server started");
         DrServer server(log);
         start(server);
-        while (!endedByItself && !waitForLines())
+        while (!endedByItself && !waitForLines()) {
             log.flush();
+            server.refreshState();
+        }
         const int status = endedByItself ? EXIT_FAILURE : EXIT_SUCCESS;
         close(server);
         return status;
     }
 
   private:
-    // An idle server wakes for nothing. Once there is a line others may follow it at once, and are
-    // written with it. True when the program is to end.
-    bool waitForLines() { return stop.wait(std::chrono::hours(24)) || stop.wait(flushPeriod); }
+    // An idle server wakes for its figures alone. Once there is a line others may follow it at once,
+    // and are written with it. True when the program is to end.
+    bool waitForLines() { return stop.wait(DrServer::refreshPeriod) || stop.wait(flushPeriod); }
 
     void start(DrServer& server) {
         try {
@@ -63,6 +65,7 @@ class HeadlessProgram {
             // Asked first, or what a worker logs between the two would never be written.
             busy = server.isBusy();
             log.flush();
+            server.refreshState();
         }
     }
 

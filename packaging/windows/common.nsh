@@ -30,6 +30,7 @@ VIAddVersionKey "FileVersion" "${VERSION}"
 VIAddVersionKey "ProductVersion" "${VERSION}"
 VIAddVersionKey "LegalCopyright" ""
 
+BrandingText "${NAME} ${VERSION}"
 !define MUI_ICON "${SOURCE}/app/icon/orvane-dr-server.ico"
 
 Var LogFile

@@ -66,6 +66,8 @@ Section
   DeleteRegKey HKLM "${UNINSTALL}"
   ${Say} "Done: 0"
   FileClose $LogFile
+  ; The log that nobody asked for.
+  Delete "$TEMP\OrvaneDrServer-setup.log"
   SetOutPath "$TEMP"
   Call RemoveThisLater
 SectionEnd

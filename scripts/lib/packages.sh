@@ -8,7 +8,7 @@ linux_build_packages=(
     libopenexr-dev libpng-dev libcli11-dev nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 python3-pytest python3-pytest-xdist
-    povray iproute2
+    povray iproute2 prometheus
     xvfb icewm xdotool x11-utils xclip
 )
 

@@ -2,6 +2,7 @@
 are shown as Latin-1, one character each, because any byte may stand in a path or a message."""
 
 import importlib
+import json
 import os
 import re
 import shlex
@@ -171,6 +172,21 @@ class Node:
         new.chmod(mode)
         os.chown(new, owner, -1)
         new.rename(self.data / name)
+
+    def receipts(self):
+        return [json.loads(line) for line in (self.data / "Jobs.jsonl").read_text("utf-8").splitlines()]
+
+    def receipt(self, outcome, line):
+        """The last job's, which must have ended like this."""
+        last = self.receipts()[-1]
+        assert (last["outcome"], last["line"].encode()) == (outcome, line.encode("latin-1")), last
+        return last
+
+    def figures(self):
+        """What monitoring sees: values by name and labels."""
+        lines = (self.data / "orvane_dr.prom").read_text().splitlines()
+        values = dict(line.rsplit(" ", 1) for line in lines if not line.startswith("#"))
+        return {name.removeprefix("orvane_dr_"): float(value) for name, value in values.items()}
 
     def scenes(self):
         return list(self.data.glob("received_scene_*"))

@@ -146,6 +146,8 @@ def test_floods_during_a_job(node):
             stranger.send(request(version="max2017")[:-1].ljust(60_000) + b"\0")
             stranger.receive(len(WELCOME))
     log = node.final_log()
+    refused = [receipt for receipt in node.receipts() if receipt["outcome"] == "refused"]
+    assert len(refused) < 150 and sum(receipt.get("jobs", 1) for receipt in refused) == 300
     assert len(log) < 300_000 and log.count("Got END signal") <= 40
 
 

@@ -55,7 +55,7 @@ def test_host_that_nobody_needs_and_that_does_not_end(node, stage):
             node.wait_for("Closed loopback connection")
         else:
             # It is listened to already.
-            master.send(bytes(1) + b"x" * 70_000)
+            master.send(bytes(1000) + b"x" * 70_000)
             node.wait_for("Refused a message of the master")
     node.wait_for("Ready for new connection")
     assert node.host_processes() == []
@@ -128,6 +128,8 @@ def test_crash_and_what_is_said_before(node):
     with Master() as master:
         master.job()
         assert master.at_end()
+    receipt = node.receipt("host-crashed", f"3ds max ended with exit code {code}")
+    assert receipt["hostExit"] == int(code, 0) and receipt["hostOutput"][:2] == ["Loading", "of a plug-in"]
     assert (f"3ds max ended with exit code {code}\nGot no response from 3ds max, aborting\n"
             in node.final_log())
     assert host_log(node).startswith("Loading\nof a plug-in\n")

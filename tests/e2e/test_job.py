@@ -98,11 +98,21 @@ def test_two_whole_jobs(node):
     assert all(re.fullmatch(r"\d{4}-\d\d-\d\d \d\d-\d\d-\d\d( [234])?\.exr", copy.name) for copy in copies)
     assert sorted(copy.stat().st_size for copy in copies) == sorted([*sizes, 300000])
 
+    receipt = node.receipt("completed", "DR is finished")
+    assert [receipt[key] for key in (
+        "master", "releaseAsked", "releaseUsed", "frames", "camera", "sceneBytes", "images",
+        "imageBytes", "hostExit")] == [
+            "127.0.0.1", 2014, 2014, "1-5,7", "Caméra 1€ & more", len(scene), 4, sum(sizes) + 300000, 7]
+    assert receipt["start"] < receipt["firstImage"] <= receipt["lastImage"] <= receipt["end"]
+    assert all(seconds >= 0 for seconds in receipt["seconds"].values()) and "hostOutput" not in receipt
+
     # The next master finds the node as new, and a host that is gone before it is heard.
     node.plan(2014, "print Again")
     with Master() as master:
         master.job(version="mAx2012", frame="")
         assert master.at_end()
+    receipt = node.receipt("host-never-came", "Got no response from 3ds max, aborting")
+    assert (receipt["releaseAsked"], receipt["images"], receipt["hostOutput"]) == (2012, 0, ["Again"])
     assert node.scenes() == [] and not leftover.exists()
     assert all(path.exists() for path in no_dumps) and (node.data / "dumpFolder.exr").is_dir()
     assert (node.data / "MaxLog.txt").read_text() == "Rendering\nAgain\n"
@@ -145,6 +155,8 @@ def test_two_whole_jobs(node):
         "DR is finished",
         "Closed loopback connection", "", "",
         "Ready for new connection",
+        "No image came. The last lines of this job in MaxLog.txt:",
+        "MaxLog> Again",
         "",
     ]
     assert (node.data / "DrLog.txt").read_bytes().decode("latin-1") == node.output()

@@ -45,6 +45,9 @@ def test_requests_that_no_host_may_see(node):
     assert log.count("Refused job: FrameName") == len(frames)
     assert log.count("Refused job: CameraName") == len(cameras)
     assert "Downloading" not in log and node.scenes() == []
+    assert [receipt["line"].split(":")[0] for receipt in node.receipts()] == (
+        len(unsupported) * ["Unsupported 3ds max version"] + len(frames + cameras) * ["Refused job"])
+    assert node.figures()['jobs_total{outcome="refused"}'] == len(node.receipts())
     assert not (node.folder / "x").exists() and not (node.host(2014) / "record.txt").exists()
 
     with Master() as master:
@@ -137,6 +140,8 @@ def test_image_that_breaks_off(node, how):
     path = f"{seen(node.data)}//dumpBig.exr"
     failure = "1" if how == "reset" else f"Cannot open/read/write file '{path}'"
     left = size if how == "reset" else size // 2
+    (receipt,) = [made for made in node.receipts() if made["outcome"] != "refused"]
+    assert (receipt["outcome"], receipt["images"]) == ("transfer-failed", 0)
     assert (
         f"Started EXR dump (60,000,000 bytes, filename: {path})\n"
         f"Sending file to remote side failed: {failure}\n"
@@ -182,6 +187,8 @@ def test_scene_that_cannot_be_written(node, cause):
         else:
             master.send(scene_bytes(b"scene", 1 << 60))
         assert master.dropped()
+    if cause != "folder gone":
+        assert node.receipts()[-1]["outcome"] == "disk"
     with Master() as master:
         assert master.shake(version="max2017").at_end()
     assert re.search(

@@ -64,6 +64,11 @@ def test_discovery_and_a_second_server(node, tmp_path):
     assert log.count("Got discovery ping\n") == 3 + len(ignored) - 1
 
 
+def log_of_start(node):
+    """Without the line that another thread writes at any time."""
+    return node.final_log().replace("Starting UDP socket, local hostname: 0.0.0.0\n", "")
+
+
 def test_configuration_from_the_registry(node):
     platform.register(
         "# installed\n[SOFTWARE/Autodesk/3dsMax/15.0/MAX-1:409]\n"
@@ -83,7 +88,7 @@ def test_configuration_from_the_registry(node):
         " line and change the path to override the path to 3dsmax.\n")
     written = default + "".join(f"#{y} {f}\n" for y, f in found.items())
     assert file.read_bytes() == written.encode().replace(b"\n", platform.LINE_END.encode())
-    log = node.final_log()
+    log = log_of_start(node)
     assert ("Cannot read the config file, default one will be created\n"
             "Creating default DrConfig-1.00.txt: found 4 3ds max versions\n") in log
     assert log.endswith("Available 3dsmax versions:\n" + "".join(
@@ -95,7 +100,7 @@ def test_configuration_from_the_registry(node):
     node.start()
     shown = {2011: "/added", **found}
     del shown[2013]
-    log = node.final_log()
+    log = log_of_start(node)
     assert "Error in the config file\n" in log and log.endswith("versions:\n" + "".join(
         f"{year}: {folder}\n" for year, folder in shown.items()))
 
@@ -103,7 +108,7 @@ def test_configuration_from_the_registry(node):
     file.unlink()
     node.start()
     assert file.read_bytes() == default.encode().replace(b"\n", platform.LINE_END.encode())
-    log = node.final_log()
+    log = log_of_start(node)
     assert log.endswith("Available 3dsmax versions:\n")
     assert (
         "Warning: no 3ds max versions detected on the machine. You can add them by hand in the"
@@ -149,7 +154,7 @@ def test_what_is_no_file(node):
     os.mkfifo(platform.REGISTRY)
     node.configure("2014 /somewhere", "LogMegabytes = 10", "LogMegabytes = ten")
     node.start()
-    log = node.final_log()
+    log = log_of_start(node)
     assert f"Cannot look for installed hosts: Cannot open/read/write file '{platform.REGISTRY}'\n" in log
     assert "Line 3 is not understood: LogMegabytes = ten\n" in log
 
@@ -235,11 +240,53 @@ def test_server_killed_while_the_host_runs(node):
         assert node.ended() == -signal.SIGKILL
         assert master.dropped()
     node.start()
+    receipt = node.receipt(
+        "interrupted", "The server ended during this job; found at its next start")
+    assert (receipt["master"], receipt["sceneBytes"]) == ("127.0.0.1", 5)
+    assert node.figures()['jobs_total{outcome="interrupted"}'] == 1
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sock, Master() as master:
         sock.settimeout(PATIENCE)
         assert finds_node(sock)
         assert master.shake(version="max2017").at_end()
+    assert len(node.receipts()) == 2
     node.allow(2014, "end")
+
+
+def test_receipts_and_figures(node):
+    """How jobs end that are not the subject of another test, and what monitoring sees of them."""
+    host = node.install(2014, *ONLINE, "mark online", "hear", "close")
+    node.configure(f"2014 {seen(host)}", "2016 /nowhere", "LogMegabytes = 1")
+    node.start()
+    (node.data / "MaxLog.txt").write_bytes(b"x" * 999_999)
+    assert node.figures()["up"] == 1 and node.figures()["busy"] == 0
+    with Master() as master:
+        master.job()
+        eventually((host / "online").exists)
+        assert node.figures()["busy"] == 1
+        master.send(END_RENDER)
+        assert master.at_end()
+    assert node.receipt("no-image", "DR is finished")["hostExit"] == 0
+    (host / "online").unlink()
+    node.plan(2014, *[f"print line {number}" for number in range(30)], *ONLINE, "mark online", "leave")
+    with Master() as master:
+        master.job()
+        eventually((host / "online").exists)
+    node.wait_for("Ready for new connection", 2)
+    receipt = node.receipt("master-left", "DR is finished")
+    assert receipt["hostOutput"] == [f"line {number}" for number in range(10, 30)]
+    node.wait_for("MaxLog> line 29\n")
+    # Moved aside when nobody writes into it, and not before it is large.
+    assert "line 29" in (node.data / "MaxLog.txt.1").read_text()
+    assert not (node.data / "MaxLog.txt").exists() and not (node.data / "DrLog.txt.1").exists()
+    figures = node.figures()
+    assert (figures["busy"], figures["images_total"], figures["last_job_seconds"] > 0) == (0, 0, True)
+    assert sum(value for name, value in figures.items() if name.startswith("jobs_total")) == 2
+    assert any(re.fullmatch(r'info\{version="[\d.]+",releases="2014 2016"\}', name) for name in figures)
+    checked = subprocess.run(["promtool", "check", "metrics"], capture_output=True, text=True,
+                             input=(node.data / "orvane_dr.prom").read_text())
+    assert (checked.returncode, checked.stdout, checked.stderr) == (0, "", "")
+    node.stop()
+    assert node.figures()["up"] == 0
 
 
 def test_twenty_jobs_leave_nothing_open(node):
@@ -271,3 +318,17 @@ def test_fatal_error_of_a_worker(node):
         master.job()
         assert node.ended() == -signal.SIGABRT
     assert node.errors().startswith("WTF\n")
+
+
+@pytest.mark.linux
+def test_file_watches_used_up(node):
+    node.configure(f"2014 {seen(node.install(2014, *ONLINE, 'dump dumpA.exr 10', 'hear', 'close'))}")
+    node.start("unshare", "--user", "--map-root-user", "sh", "-c",
+               'echo 0 > /proc/sys/user/max_inotify_watches && exec "$0" "$@"')
+    for _ in range(2):
+        with Master() as master:
+            master.job()
+            assert master.image() == image(10)
+            master.send(END_RENDER)
+            assert master.at_end()
+    assert node.final_log().count("Cannot watch the data folder: images may take two seconds longer\n") == 1

@@ -162,15 +162,30 @@ TEST_F(Streams, FilesTravelWhole) {
 }
 
 TEST_F(Streams, AShortFileIsFilledUpToItsChunk) {
-    const std::string bytes = patternBytes(70000);
-    sendFileHead(100000);
-    send(bytes);
-    farEnd->close();
-    EXPECT_EQ(receiveFile(*nearEnd, "received.bin"), 1);
-    EXPECT_TRUE(fileBytes("received.bin") == bytes + bytes.substr(4464, 30000));
+    // The last two break off where the receiver's buffer begins anew, and behind that.
+    for (const auto& [announced, sent] :
+         {std::pair{100000, 70000}, {1200000, 1048576}, {1200000, 1114122}}) {
+        SetUp();
+        const std::string bytes = patternBytes(static_cast<std::size_t>(sent));
+        sendFileHead(announced);
+        send(bytes);
+        farEnd->close();
+        EXPECT_EQ(receiveFile(*nearEnd, "received.bin"), 1);
+        const int end = std::min((sent / 65536 + 1) * 65536, announced);
+        const auto before = static_cast<std::size_t>(sent - 65536);
+        EXPECT_TRUE(fileBytes("received.bin") ==
+                    bytes + bytes.substr(before, static_cast<std::size_t>(end - sent)));
+    }
     EXPECT_EQ(receiveFile(*nearEnd, "untouched.bin"), 1);
     EXPECT_EQ(sendFile(*nearEnd, "received.bin"), 1);
     EXPECT_EQ(FileSystem::fileSize("untouched.bin"), -1);
+}
+
+TEST_F(Streams, APeerThatWentFailsTheSendingAndNothingElse) {
+    std::ofstream("sent.bin", std::ios::binary) << patternBytes(3000000);
+    farEnd->close();
+    EXPECT_EQ(sendFile(*nearEnd, "sent.bin"), 1);
+    EXPECT_TRUE(nearEnd->isBroken());
 }
 
 TEST_F(Streams, OnlyZerosFillUpTheFirstChunk) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <sstream>
 
 namespace Orvane {
 
@@ -14,8 +15,9 @@ void CheckReport::add(Finding finding) {
 void CheckReport::print(const Finding& finding) const {
     std::printf("%-10s %-6s %s\n", finding.subject.c_str(), finding.isOk() ? "ok" : "WRONG",
                 finding.text.c_str());
-    if (!finding.remedy.empty())
-        std::printf("%-17s %s\n", "", finding.remedy.c_str());
+    std::istringstream remedy(finding.remedy);
+    for (std::string line; std::getline(remedy, line);)
+        std::printf("%-17s %s\n", "", line.c_str());
     std::fflush(stdout);
 }
 

@@ -173,7 +173,11 @@ class CommandLine {
     void addCheck() {
         auto* command = add("check", "Tell whether a node would do its job",
                             [this] { return checkServer(check); });
-        command->add_option("server", check.server, "name or address")->required();
+        auto* node = command->add_option_group("node");
+        node->add_option("server", check.server, "name or address");
+        node->add_option("--local", check.folder,
+                         "look at the folder of this computer's server instead");
+        node->require_option(1);
         command->add_option("--job", check.scene, "also render one image of this scene");
         command->add_option("--host-version", check.hostVersion,
                             std::string(yearHelp) + " that the node must have");
