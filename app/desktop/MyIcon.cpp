@@ -15,9 +15,11 @@ namespace {
 constexpr int displayCommand = 1;
 constexpr int quitCommand = 2;
 
+/// Where the toolkit does not know it, which GTK's does not, the notification area scales.
 wxSize notificationSize() {
-    return {wxSystemSettings::GetMetric(wxSYS_SMALLICON_X),
-            wxSystemSettings::GetMetric(wxSYS_SMALLICON_Y)};
+    constexpr int largest = 64;
+    const int size = wxSystemSettings::GetMetric(wxSYS_SMALLICON_X);
+    return size > 0 ? wxSize(size, size) : wxSize(largest, largest);
 }
 
 }  // namespace

@@ -55,7 +55,7 @@ def test_host_that_nobody_needs_and_that_does_not_end(node, stage):
             node.wait_for("Closed loopback connection")
         else:
             # It is listened to already.
-            master.send(bytes(1) + b"x" * 70_000)
+            master.send(bytes(1000) + b"x" * 70_000)
             node.wait_for("Refused a message of the master")
     node.wait_for("Ready for new connection")
     assert node.host_processes() == []

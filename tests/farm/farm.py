@@ -32,6 +32,8 @@ def ip(*lines, inside=None):
 class FarmNode(Node):
     """A node with an address of its own; the number tells it from the others."""
 
+    links = itertools.count()
+
     def __init__(self, folder, number):
         super().__init__(folder)
         self.number = number
@@ -48,7 +50,8 @@ class FarmNode(Node):
         self.plug_in(0, self.address)
 
     def plug_in(self, card, address):
-        pid, link = self.server.pid, f"n{self.number}c{card}"
+        # A network goes some time after its last process; its names are not free before that.
+        pid, link = self.server.pid, f"veth{next(self.links)}"
         ip(f"link add {link} type veth peer name card{card} netns {pid}",
            f"link set {link} master bridge{card} up")
         ip(f"addr add {address}/24 broadcast + dev card{card}", f"link set card{card} up", inside=pid)
@@ -218,9 +221,13 @@ def told_to_end(link):
 
 def start_master(folder, *arguments):
     """A scene is there for it."""
+    def heed_interrupts():
+        # A shell's background jobs, of which the tests may be one, are started to ignore them.
+        signal.signal(signal.SIGINT, signal.SIG_DFL)
+
     (folder / "scene.max").write_bytes(b"scene")
     return subprocess.Popen([*MASTER_PROGRAM, *arguments], cwd=folder, stdout=subprocess.PIPE,
-                            stderr=subprocess.PIPE, text=True)
+                            stderr=subprocess.PIPE, text=True, preexec_fn=heed_interrupts)
 
 
 def start_render(folder, *arguments):

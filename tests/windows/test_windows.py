@@ -4,8 +4,8 @@ kinds."""
 import os
 import re
 import shlex
+import signal
 import socket
-import struct
 import subprocess
 from pathlib import Path
 
@@ -14,6 +14,7 @@ import pytest
 import test_job
 from conftest import node, undamaged  # noqa: F401, fixtures
 from desktop import ERROR, TITLE, Session, xdo
+from farm import PlayedNode, announced, exr, finish, start_render, told_to_end, value_of
 from harness import (DISCOVERY, END_RENDER, LOOPBACK, MASTER, ONLINE, PATIENCE, SERVER, Master,
                      eventually, image, platform, seen)
 from on_win32 import wine
@@ -22,29 +23,7 @@ ROOT = Path(__file__).parents[2]
 DESKTOP = shlex.split(os.environ["ORVANE_DESKTOP"])
 MASTERS = [shlex.split(master) for master in os.environ["ORVANE_MASTERS"].split(":")]
 NAME = "Orvane DR Server"
-
-
-def exr(side=8):
-    """A small OpenEXR image: uncompressed, three channels of 16-bit floats, all of them 1."""
-    def attribute(name, kind, value):
-        return f"{name}\0{kind}\0".encode() + struct.pack("<i", len(value)) + value
-
-    box = struct.pack("<4i", 0, 0, side - 1, side - 1)
-    channels = b"".join(struct.pack("<2si4xii", name + b"\0", 1, 1, 1) for name in (b"B", b"G", b"R"))
-    header = struct.pack("<ii", 20000630, 2) + b"".join([
-        attribute("channels", "chlist", channels + b"\0"),
-        attribute("compression", "compression", b"\0"),
-        attribute("dataWindow", "box2i", box),
-        attribute("displayWindow", "box2i", box),
-        attribute("lineOrder", "lineOrder", b"\0"),
-        attribute("pixelAspectRatio", "float", struct.pack("<f", 1)),
-        attribute("screenWindowCenter", "v2f", bytes(8)),
-        attribute("screenWindowWidth", "float", struct.pack("<f", 1))]) + b"\0"
-    line = struct.pack("<e", 1) * 3 * side
-    first = len(header) + 8 * side
-    return header + b"".join(
-        struct.pack("<q", first + y * (8 + len(line))) for y in range(side)) + b"".join(
-        struct.pack("<ii", y, len(line)) + line for y in range(side))
+PASS = exr(1, width=8, height=8, kind=1)
 
 
 @pytest.mark.parametrize("master", MASTERS, ids=["windows", "linux"])
@@ -56,7 +35,7 @@ def test_job_of_the_command_line_master(node, master):
                           cwd=node.folder, stdout=subprocess.PIPE, text=True) as process:
         eventually((node.host(2014) / "online").exists, node.log)
         for number in range(3):
-            (node.data / "new").write_bytes(exr())
+            (node.data / "new").write_bytes(PASS)
             dump = (node.data / "new").rename(node.data / f"dump{number}.exr")
             eventually(lambda: not dump.exists(), node.log)
         said = process.stdout.read()
@@ -64,8 +43,28 @@ def test_job_of_the_command_line_master(node, master):
     images = node.folder / "my images"
     assert sorted(path.name for path in images.iterdir()) == [
         "image-0001.exr", "image-0002.exr", "image-0003.exr", "result.exr", "result.png"]
-    assert (images / "image-0003.exr").read_bytes() == exr()
+    assert (images / "image-0003.exr").read_bytes() == PASS
     assert node.heard_by_host().endswith(END_RENDER)
+
+
+def test_ctrl_c_ends_a_render_on_many_nodes_in_order(tmp_path):
+    def part(link):
+        link.sendall(announced(exr(3)))
+        told_to_end(link)
+        link.sendall(announced(exr(5)))
+
+    nodes = [PlayedNode(part), PlayedNode(part)]
+    with platform.world(tmp_path):
+        render = start_render(tmp_path, "--nodes", ",".join(node.address for node in nodes),
+                              "--images", "100")
+        images = 0
+        while images < 2:
+            images += '"event":"image"' in render.stdout.readline()
+        render.send_signal(signal.SIGINT)
+        status, events, _ = finish(render)
+    assert status == 13 and events[-1]["status"] == 13
+    assert value_of(tmp_path / "out/result.exr") == 4
+    assert sum(path.name.startswith("node-") for path in (tmp_path / "out").iterdir()) == 4
 
 
 def test_other_code_page(node, tmp_path, monkeypatch):

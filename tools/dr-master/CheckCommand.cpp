@@ -27,6 +27,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
+/// As long as a refusal may be on its way; a computer that is off lets a caller wait longer.
+constexpr milliseconds refusalPatience{2000};
+
 /// A free server answers at once; one that was just left by a bogus master within five seconds.
 constexpr std::chrono::seconds handshakePatience{Timeouts::masterHandshakeSeconds + 1};
 /// One answer may be lost with its ping, or be late.
@@ -63,7 +66,9 @@ class Check {
             const bool open = look("port", [this](Finding& finding) { checkPort(finding); });
             const bool free =
                 open && look("handshake", [this](Finding& finding) { checkHandshake(finding); });
-            look("discovery", [this, open](Finding& finding) { checkDiscovery(finding, open); });
+            const bool found = look(
+                "discovery", [this, open](Finding& finding) { checkDiscovery(finding, open); });
+            look("masters", [&](Finding& finding) { explain(finding, open, free, found); });
             if (free && !options.scene.empty())
                 look("job", [this](Finding& finding) { checkJob(finding); });
         }
@@ -81,10 +86,46 @@ class Check {
             finding.status = failure.status;
             finding.text = failure.what();
             finding.remedy = failure.remedy;
+            if (worstStatus == ExitStatus::Success)
+                worstStatus = failure.status;
         }
         const bool ok = finding.isOk();
         report.add(std::move(finding));
         return ok;
+    }
+
+    /// What all this means for a master that looks for a node, as far as it can be known from here.
+    void explain(Finding& finding, bool open, bool free, bool found) const {
+        finding.status = worstStatus;
+        if (!open)
+            finding.text = withoutPort(found);
+        else if (worstStatus == ExitStatus::Refused)
+            finding.text =
+                "on this computer do not get this node: 'Masters' in its "
+                "DrConfig-1.00.txt leaves them out, or it is no DR server";
+        else if (!free)
+            finding.text = withoutAnswer(found);
+        else if (found)
+            finding.text = "find this node and get it at once";
+        else if (!hosts.empty())
+            finding.text = "that look for this release do not find this node";
+        else
+            finding.text = "get this node by its address, but do not find it";
+    }
+
+    std::string withoutPort(bool found) const {
+        if (found)
+            return "find this node but cannot reach it: a firewall lets UDP through, not TCP";
+        if (refusedAtOnce)
+            return "do not get this node: the computer is up, but no DR server listens there";
+        return "do not get this node: the computer is off, or a firewall drops everything";
+    }
+
+    static std::string withoutAnswer(bool found) {
+        if (found)
+            return "find this node and wait: another master has it, or its host has not ended. "
+                   "Since when is only known there: dr-master check --local";
+        return "neither find this node nor get an answer: it hangs, or is no DR server";
     }
 
     void checkName(Finding& finding) {
@@ -98,7 +139,12 @@ class Check {
 
     void checkPort(Finding& finding) {
         const auto start = Clock::now();
-        connection = connectToServer(address);
+        try {
+            connection = connectToServer(address);
+        } catch (const Failure&) {
+            refusedAtOnce = Clock::now() - start < refusalPatience;
+            throw;
+        }
         finding.figures["milliseconds"] = millisecondsSince(start);
         finding.text = "TCP port " + std::to_string(masterPort) + " is open";
     }
@@ -212,6 +258,8 @@ class Check {
     String address;
     std::unique_ptr<Connection> connection;
     HostVersions hosts;
+    bool refusedAtOnce = false;
+    ExitStatus worstStatus = ExitStatus::Success;  // the first that is not
 };
 
 }  // namespace

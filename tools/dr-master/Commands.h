@@ -40,8 +40,8 @@ void renderScene(const RenderOptions& options);
 
 struct CheckOptions {
     std::string server;
-    std::string folder;   ///< looked at instead of a server
-    std::string scene;  ///< empty: no job
+    std::string folder;  ///< looked at instead of a server
+    std::string scene;   ///< empty: no job
     std::optional<int> hostVersion;
     double jobSeconds = 300;
     bool json = false;

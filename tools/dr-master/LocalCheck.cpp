@@ -20,7 +20,7 @@ using Json = nlohmann::ordered_json;
 // The server writes its figures every half minute.
 constexpr double oldSeconds = 120;
 constexpr std::size_t mostReceipts = 100;
-constexpr std::size_t mostBytes = 1024 * 1024;
+constexpr std::size_t mostBytes = 1 << 20;
 constexpr std::uint64_t littleRoom = 1'000'000'000;
 
 /// What a word of the receipts asks for.
@@ -30,17 +30,19 @@ struct Remedy {
     const char* text;
 };
 constexpr std::array remedies = {
-    Remedy{"no-image", ExitStatus::NoImages,
-           "The plug-in came and brought no image: read what the host wrote, below or in MaxLog.txt."},
+    Remedy{
+        "no-image", ExitStatus::NoImages,
+        "The plug-in came and brought no image: read what the host wrote, below or in MaxLog.txt."},
     Remedy{"master-left", ExitStatus::ConnectionLost,
            "The master went away during the render: look there, and at the network."},
     Remedy{"transfer-failed", ExitStatus::ConnectionLost,
            "The scene or an image broke off: look at the master and the network."},
     Remedy{"host-not-started", ExitStatus::NoImages,
            "The system could start no other process: too many of them, or no memory?"},
-    Remedy{"host-never-came", ExitStatus::NoImages,
-           "The host ended before its plug-in had connected: is the path in DrConfig-1.00.txt right, "
-           "is the plug-in installed? Run the command line of DrLog.txt by hand."},
+    Remedy{
+        "host-never-came", ExitStatus::NoImages,
+        "The host ended before its plug-in had connected: is the path in DrConfig-1.00.txt right, "
+        "is the plug-in installed? Run the command line of DrLog.txt by hand."},
     Remedy{"host-crashed", ExitStatus::NoImages,
            "The host crashed: render the same scene in it by hand."},
     Remedy{"disk", ExitStatus::UnwritableFolder,
@@ -99,7 +101,8 @@ class LocalCheck {
         if (!isOne) {
             finding.status = ExitStatus::Unreachable;
             finding.text += " has no DrConfig-1.00.txt";
-            finding.remedy = "No DR server has worked there: name the folder that it is started in.";
+            finding.remedy =
+                "No DR server has worked there: name the folder that it is started in.";
         } else if (room) {
             finding.text += ", " + std::to_string(*room / 1'000'000) + " MB free";
             finding.figures["freeBytes"] = *room;
@@ -119,9 +122,9 @@ class LocalCheck {
             const auto found = figures.find(std::string("orvane_dr_") + name);
             return found == figures.end() ? 0.0 : found->second;
         };
-        const double now = std::chrono::duration<double>(
-                               std::chrono::system_clock::now().time_since_epoch())
-                               .count();
+        const double now =
+            std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
+                .count();
         const double age = now - value("state_timestamp_seconds");
         finding.status = ExitStatus::Unreachable;
         finding.remedy = "Start it.";
@@ -132,7 +135,9 @@ class LocalCheck {
         else if (age > oldSeconds)
             finding.text = "was killed or hangs: it was last heard of " + ageText(age) + " ago";
         else
-            finding = {.subject = "server", .text = whatItDoes(value("busy") != 0), .remedy = {},
+            finding = {.subject = "server",
+                       .text = whatItDoes(value("busy") != 0),
+                       .remedy = {},
                        .figures = {{"busy", value("busy") != 0}}};
         report.add(std::move(finding));
     }
@@ -188,15 +193,15 @@ class LocalCheck {
         }
         finding.figures["images"] = images;
         finding.text = receipts.empty() ? "none yet"
-                                        : finding.text + std::to_string(images) + " images, since " +
-                                              text(receipts.front(), "start");
+                                        : finding.text + std::to_string(images) +
+                                              " images, since " + text(receipts.front(), "start");
         report.add(std::move(finding));
     }
 
     void showLastJob() {
-        const auto failed = std::find_if(receipts.rbegin(), receipts.rend(), [](const Json& receipt) {
-            return remedyOf(text(receipt, "outcome")) != nullptr;
-        });
+        const auto failed = std::find_if(
+            receipts.rbegin(), receipts.rend(),
+            [](const Json& receipt) { return remedyOf(text(receipt, "outcome")) != nullptr; });
         if (failed == receipts.rend())
             return;
         const Remedy& remedy = *remedyOf(text(*failed, "outcome"));
