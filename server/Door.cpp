@@ -38,7 +38,7 @@ Door::Stranger::Stranger(std::unique_ptr<Connection> accepted)
       reader(std::make_unique<MessageReader>(*connection, handshakePatience)) {}
 
 Door::Door(unsigned short port, const MasterList& admitted, DrLog& target)
-    : listener(Listener::Reach::AllInterfaces, port, Timeouts::masterAcceptSeconds),
+    : listener(Listener::Reach::AllInterfaces, port),
       masterList(admitted),
       log(target),
       bogusConnections(target, bogusLine),

@@ -1,9 +1,12 @@
 """Who comes in, in which order, and who does not."""
 
 import contextlib
+import re
+import socket
 
 import pytest
-from harness import *
+from harness import (
+    DISCOVERY, END_RENDER, ONLINE, PING, WELCOME, Master, image, request, scene_bytes, seen)
 
 LEFT = "Left before its turn: the master from 127.0.0.1\n"
 
