@@ -211,8 +211,11 @@ def test_image_renamed_over_the_one_being_sent(node):
         eventually((node.host(2014) / "again").exists)
         assert master.image() == image(size)
         assert master.image() == image(300)
+        node.put_dump("dump" + 247 * "n" + ".exr", image(400))
+        assert master.image() == image(400)
         master.send(END_RENDER)
         assert master.at_end()
+    assert not list(node.data.glob("dump*"))
 
 
 @pytest.mark.linux
