@@ -6,9 +6,8 @@ import socket
 import threading
 from pathlib import Path
 
-from harness import (
-    DUMP_EXR, END_RENDER, LOOPBACK, ONLINE, PLUGIN_ANSWER, Master, Peer, image,
-    request, seen)
+from harness import (DUMP_EXR, END_RENDER, LOOPBACK, ONLINE, PLUGIN_ANSWER, Master, Peer, image,
+                     platform, request, seen)
 
 CAMERA = "Cam\xe9ra 1\x80 & more"
 
