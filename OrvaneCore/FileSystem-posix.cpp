@@ -104,12 +104,23 @@ std::optional<Identity> identityOf(std::FILE* stream) {
     return fstat(fileno(stream), &found) == 0 ? std::optional(identityOf(found)) : std::nullopt;
 }
 
+namespace {
+
+/// One for the whole folder. Behind a file's own name there may be no room for more, and what a
+/// killed program leaves is replaced by the next.
+String asideName(const String& path) {
+    const std::u16string_view text = path.view();
+    return String(text.substr(0, text.rfind(u'/') + 1)) + "being-deleted.tmp";
+}
+
+}  // namespace
+
 bool deleteFile(const String& path, const Identity& file) {
     if (identityOf(path) != file)
         return false;
     // Under a name that nobody else uses it is looked at once more: another file may have been
     // renamed over it since.
-    const String aside = path + ".sent";
+    const String aside = asideName(path);
     if (!renameFile(path, aside))
         return false;
     if (identityOf(aside) == file)

@@ -35,7 +35,8 @@ bool copyAndEmpty(const String& path, const String& target) {
 
 bool moveAside(const String& path, std::uint64_t limit) {
     const std::int64_t size = FileSystem::fileSize(path);
-    if (limit == 0 || !FileSystem::isRegularFile(path) || size < 0 || static_cast<std::uint64_t>(size) < limit)
+    if (limit == 0 || !FileSystem::isRegularFile(path) || size < 0 ||
+        static_cast<std::uint64_t>(size) < limit)
         return false;
     shift(path);
     const String target = numbered(path, 1);

@@ -1,5 +1,7 @@
 #include "OrvaneCore/TextFileReader.h"
 
+#include <algorithm>
+#include <string>
 #include <string_view>
 
 #include "OrvaneCore/Exception.h"
@@ -19,6 +21,15 @@ void skipByteOrderMark(std::FILE* stream) {
         std::rewind(stream);
 }
 
+/// What fgets has put into the chunk, which held no zero before.
+std::string textIn(const std::array<char, 1024>& chunk) {
+    const auto end = std::find(chunk.rbegin(), chunk.rend(), '\0');
+    std::string text(chunk.begin(), end == chunk.rend() ? chunk.end() : std::prev(end.base()));
+    // Some programs append UTF-16 to a file, whatever it holds.
+    std::erase(text, '\0');
+    return text;
+}
+
 }  // namespace
 
 void TextFileReader::open(const String& path) {
@@ -31,8 +42,10 @@ void TextFileReader::open(const String& path) {
 
 void TextFileReader::readLine(String& line) {
     line.truncate(0);
+    chunk.fill('\n');
     while (std::fgets(chunk.data(), static_cast<int>(chunk.size()), stream) != nullptr) {
-        line.appendNarrow(chunk.data());
+        line.appendNarrow(textIn(chunk));
+        chunk.fill('\n');
         if (Str::endsWith(line, u"\n")) {
             line.truncate(line.length() - 1);
             return;

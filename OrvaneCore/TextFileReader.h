@@ -17,7 +17,8 @@ class TextFileReader {
 
     /// Others may read the file meanwhile but not write it. Throws the file exception on failure.
     void open(const String& path);
-    /// The next line without its line feed; at the end what is left, possibly nothing.
+    /// The next line without its line feed and without zeros; at the end what is left, possibly
+    /// nothing.
     void readLine(String& line);
     /// True once a read has met the end. A read error ends the file as well, or a folder in the
     /// place of a file would be read for ever.

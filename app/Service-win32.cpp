@@ -3,8 +3,10 @@
 #include <windows.h>
 
 #include <array>
+#include <atomic>
 #include <cstdlib>
 #include <future>
+#include <limits>
 #include <thread>
 
 #include "OrvaneCore/MessageBox.h"
@@ -49,6 +51,10 @@ const std::array ownOptions = {
 };
 
 SERVICE_STATUS_HANDLE statusHandle = nullptr;
+// Of the time that the system gives it at its end, this is for ending the host, if it still works.
+constexpr ULONGLONG finishMs = 30'000;
+std::atomic<ULONGLONG> shutdownAt = std::numeric_limits<ULONGLONG>::max();
+
 std::promise<bool> begun;  // false: nobody here but us
 std::promise<int> ended;
 
@@ -72,13 +78,11 @@ void report(DWORD state, DWORD checkpoint = 0, int exitStatus = EXIT_SUCCESS) {
 DWORD WINAPI onControl(DWORD control, DWORD /*event*/, void* /*data*/, void* /*context*/) {
     switch (control) {
         case SERVICE_CONTROL_SHUTDOWN:
-            // Behind the time for preshutdown, if there was any, there are only seconds left.
             StopSignal::makeUrgent();
             StopEvents::set();
             return NO_ERROR;
-        case SERVICE_CONTROL_STOP:
         case SERVICE_CONTROL_PRESHUTDOWN:
-            StopSignal::makeUrgent();
+            shutdownAt = GetTickCount64() + preshutdownMs - finishMs;
             StopEvents::set();
             return NO_ERROR;
         case SERVICE_CONTROL_STOP:
@@ -96,8 +100,12 @@ int awaitTheEnd() {
     constexpr std::chrono::milliseconds period{500};
     auto status = ended.get_future();
     for (DWORD checkpoint = 1; status.wait_for(period) != std::future_status::ready;)
-        if (StopEvents::areSet())
+        if (StopEvents::areSet()) {
+            // A service that is stopping hears of nothing more: nobody tells it that time is short.
+            if (GetTickCount64() >= shutdownAt)
+                StopSignal::makeUrgent();
             report(SERVICE_STOP_PENDING, checkpoint++);
+        }
     return status.get();
 }
 

@@ -241,8 +241,7 @@ void describe(SC_HANDLE service) {
     std::wstring text = description;
     SERVICE_DESCRIPTIONW described{text.data()};
     ChangeServiceConfig2W(service, SERVICE_CONFIG_DESCRIPTION, &described);
-    // What it may take, at the end of the system, to end the host and to send what is ready.
-    SERVICE_PRESHUTDOWN_INFO preshutdown{60'000};
+    SERVICE_PRESHUTDOWN_INFO preshutdown{preshutdownMs};
     ChangeServiceConfig2W(service, SERVICE_CONFIG_PRESHUTDOWN_INFO, &preshutdown);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "OrvaneCore/String.h"
@@ -7,6 +8,9 @@
 namespace Orvane {
 
 extern const wchar_t* const serviceName;
+
+/// What the service is given at the end of the system, before it would be ended.
+constexpr std::uint32_t preshutdownMs = 180'000;
 
 /// Makes this program a Windows service that starts with the computer, restarts on failure and
 /// works in a folder of its own, and starts it. A service that is there already is changed; its

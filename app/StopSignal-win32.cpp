@@ -135,8 +135,9 @@ bool StopSignal::wait(std::chrono::milliseconds longest) {
     using Clock = std::chrono::steady_clock;
     const auto deadline = Clock::now() + longest;
     auto left = longest;
-    // The toolkit's sockets have a window on the main thread, and the end of the session waits for
-    // its answers. A program that does not wait here serves its windows by itself.
+    // Messages are what wake() sends, and those for windows that a library may have on this thread:
+    // the end of the session waits for their answers. A program that does not wait here serves its
+    // windows by itself.
     while (left > left.zero() && !woken.exchange(false) && StopEvents::waitForMessage(left)) {
         serveWindows();
         left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());

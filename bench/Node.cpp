@@ -22,7 +22,6 @@ namespace Bench {
 namespace {
 
 namespace fs = std::filesystem;
-namespace Tag = Orvane::Tag;
 
 /// Whether a datagram to the port is taken. The answer to a ping comes with the next poll.
 bool isDatagramPortBound(unsigned short port) {

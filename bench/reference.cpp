@@ -47,6 +47,7 @@ Share work() {
 int main() {
     std::vector<Share> shares(std::max(std::thread::hardware_concurrency(), 1U));
     std::vector<std::thread> threads;
+    threads.reserve(shares.size());
     for (Share& share : shares)
         threads.emplace_back([&share] { share = work(); });
     for (std::thread& thread : threads)

@@ -18,6 +18,8 @@ std::size_t slotOf(std::int32_t year) {
 }
 
 constexpr std::u16string_view mastersName = u"masters";
+// In a line that is not understood: a slip in the name, too, must not leave the door open to all.
+constexpr std::u16string_view mastersHint = u"master";
 
 String lowerCase(String text) {
     Str::toLower(text);
@@ -99,8 +101,7 @@ void DrConfig::readFile(TextFileReader& reader, DrLog& log) {
         if (!takeLine(line)) {
             log.log("Error in the config file");
             log.log(String("Line ") + Str::toWString(number) + " is not understood: " + line);
-            // A line that was to name masters must not leave the door open to all.
-            if (lowerCase(line).view().find(mastersName) != std::u16string_view::npos)
+            if (lowerCase(line).view().find(mastersHint) != std::u16string_view::npos)
                 masters.restrict();
             readMastersOnly(reader);
             return;
@@ -156,6 +157,8 @@ void DrConfig::readMastersOnly(TextFileReader& reader) {
         Str::trimWhitespace(line);
         if (Str::startsWith(lowerCase(line), mastersName))
             (void)takeMasters(String(line.view().substr(mastersName.size())));
+        else if (Str::startsWith(lowerCase(line), mastersHint))
+            masters.restrict();
     }
 }
 

@@ -11,7 +11,8 @@ class Listener {
   public:
     enum class Reach { Loopback, AllInterfaces };
 
-    Listener(Reach reach, unsigned short port, int acceptTimeoutSeconds);
+    /// The time-out is accept()'s.
+    Listener(Reach reach, unsigned short port, int acceptTimeoutSeconds = 0);
     ~Listener();
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;

@@ -6,8 +6,7 @@
 /// one changes what they see.
 namespace Orvane::Timeouts {
 
-/// A master sends its handshake as soon as it has connected; a stranger that says nothing keeps
-/// the next master waiting this long.
+/// A master sends its handshake as soon as it has connected; who says nothing for so long is none.
 constexpr int masterHandshakeSeconds = 5;
 /// The plug-in connects while its host is still busy starting up.
 constexpr int pluginHandshakeSeconds = 20;
@@ -20,9 +19,7 @@ constexpr int commandWriteSeconds = 10;
 constexpr int fileSendSeconds = 60;
 constexpr int fileReceiveSeconds = 45;
 
-/// How soon the master loop and the wait for the plug-in notice that the server is to stop or that
-/// the host has ended.
-constexpr int masterAcceptSeconds = 2;
+/// How soon the wait for the plug-in notices that the host has ended.
 constexpr int pluginAcceptSeconds = 1;
 
 /// A master waits about a second for answers to its ping.

@@ -38,7 +38,7 @@ Door::Stranger::Stranger(std::unique_ptr<Connection> accepted)
       reader(std::make_unique<MessageReader>(*connection, handshakePatience)) {}
 
 Door::Door(unsigned short port, const MasterList& admitted, DrLog& target)
-    : listener(Listener::Reach::AllInterfaces, port, Timeouts::masterAcceptSeconds),
+    : listener(Listener::Reach::AllInterfaces, port),
       masterList(admitted),
       log(target),
       bogusConnections(target, bogusLine),
@@ -142,14 +142,16 @@ void Door::admit(std::unique_ptr<Connection> connection) {
 void Door::makeRoom(const String& newest) {
     std::vector<Stranger*> all;
     std::vector<Stranger*> neighbours;
-    for (Stranger& stranger : strangers) {
+    // Not the newest: where all others have said something it would be the only silent one, and a
+    // byte from each would keep everybody out whose handshake takes longer than the connection.
+    for (Stranger& stranger : std::span(strangers).first(strangers.size() - 1)) {
         all.push_back(&stranger);
         if (stranger.connection->peerAddress() == newest)
             neighbours.push_back(&stranger);
     }
-    if (neighbours.size() > mostStrangersOfOneAddress)
+    if (neighbours.size() >= mostStrangersOfOneAddress)
         dropOldest(neighbours);
-    else if (all.size() > mostStrangers)
+    else if (all.size() >= mostStrangers)
         dropOldest(all);
 }
 

@@ -26,7 +26,8 @@ class Door : private StandbyThread {
     using Clock = SocketClock;
 
     /// Connections whose handshake is not there yet. Beyond these the oldest one that has not said
-    /// a word goes: one address cannot keep others out, and many cannot take every descriptor.
+    /// a word goes, or the oldest of all but the one that has just come: one address cannot keep
+    /// others out, and many cannot take every descriptor.
     static constexpr std::size_t mostStrangers = 64;
     static constexpr std::size_t mostStrangersOfOneAddress = 16;
     /// Masters that wait. Each has a descriptor and up to 64 KiB of text; a farm has fewer, and the

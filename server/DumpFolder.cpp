@@ -2,7 +2,6 @@
 
 #include <thread>
 
-#include "OrvaneCore/Stopwatch.h"
 #include "protocol/Timeouts.h"
 
 namespace Orvane {
@@ -40,8 +39,12 @@ bool DumpFolder::isSetAside(const String& path) {
 }
 
 void DumpFolder::remove(const String& path, const FileSystem::Identity& image) {
+    remove(path, image, Stopwatch());
+}
+
+void DumpFolder::remove(const String& path, const FileSystem::Identity& image,
+                        const Stopwatch& watch) {
     constexpr std::chrono::seconds longest{10};
-    const Stopwatch watch;
     FileSystem::deleteFile(path, image);
     log.log(String("Removed file: ") + path);
     while (isThere(path, image)) {
@@ -58,8 +61,10 @@ void DumpFolder::remove(const String& path, const FileSystem::Identity& image) {
 
 void DumpFolder::removeAll() {
     retrySetAside();
+    // For all together: a master waits, and there may be hundreds that cannot go.
+    const Stopwatch watch;
     // What came meanwhile is in the next listing.
-    while (removePass()) {
+    while (removePass(watch)) {
     }
 }
 
@@ -73,12 +78,12 @@ void DumpFolder::retrySetAside() {
 }
 
 /// False when there was nothing to do.
-bool DumpFolder::removePass() {
+bool DumpFolder::removePass(const Stopwatch& watch) {
     bool anyFound = false;
     for (const String& path : list()) {
         const auto image = FileSystem::identityOf(path);
         if (image)
-            remove(path, *image);
+            remove(path, *image, watch);
         anyFound = anyFound || image.has_value();
     }
     return anyFound;

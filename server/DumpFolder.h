@@ -7,6 +7,7 @@
 
 #include "OrvaneCore/DrLog.h"
 #include "OrvaneCore/FileSystem.h"
+#include "OrvaneCore/Stopwatch.h"
 #include "config/DrConfig.h"
 
 namespace Orvane {
@@ -28,7 +29,8 @@ class DumpFolder {
     /// with one of the next removeAll().
     void remove(const String& path, const FileSystem::Identity& image);
 
-    /// Deletes all, those included that come meanwhile.
+    /// Deletes all, those included that come meanwhile. Those that cannot go are tried for some
+    /// seconds in all.
     void removeAll();
 
   private:
@@ -36,7 +38,9 @@ class DumpFolder {
 
     bool isSetAside(const String& path);
     void retrySetAside();
-    bool removePass();
+    /// Not tried again once `watch` says that it has taken long enough.
+    void remove(const String& path, const FileSystem::Identity& image, const Stopwatch& watch);
+    bool removePass(const Stopwatch& watch);
 
     const DrConfig& config;
     DrLog& log;

@@ -41,7 +41,7 @@ String hostOutputPath(const String& dataFolder, DrLog& log) {
 std::vector<String> lastLines(const String& path, std::int64_t from) {
     constexpr std::size_t mostLines = 20;
     constexpr std::size_t mostCharacters = 500;
-    std::string bytes = WholeFile::readEnd(path, from, 64 * 1024);
+    std::string bytes = WholeFile::readEnd(path, from, 65536);
     // A host may write 16-bit text, or an end of line that is none elsewhere.
     std::erase_if(bytes, [](char byte) { return byte == '\0' || byte == '\r'; });
     std::vector<String> lines;

@@ -10,7 +10,7 @@ namespace {
 
 // As long as the log folds lines.
 constexpr std::chrono::seconds leftOutWindow{10};
-constexpr std::size_t mostReceiptBytes = 64 * 1024;
+constexpr std::size_t mostReceiptBytes = 65536;
 
 String receiptsPath(const DrConfig& config) {
     return config.dataFolder + "Jobs.jsonl";

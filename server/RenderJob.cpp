@@ -18,6 +18,7 @@ namespace {
 
 // Masters whose scenes cannot be written come and go in no time, and each has its lines in the log.
 constexpr std::chrono::seconds pauseAfterFailedDownload{1};
+constexpr std::chrono::seconds longestListening{1};
 
 const char* const noResponseLine = "Got no response from 3ds max, aborting";
 const char* const finishedLine = "DR is finished";
@@ -83,9 +84,13 @@ bool RenderJob::waitForPlugin() {
 }
 
 void RenderJob::listenWhileLoading() {
+    // All that is there, or the master's end behind it is not seen; but a flood may not keep the
+    // plug-in waiting.
+    const auto latest = Connection::Clock::now() + longestListening;
     char next = 0;
-    if (master.peek(&next, 1, std::chrono::milliseconds::zero()) > 0 && receiveEndRender())
-        ++earlyEndSignals;
+    while (Connection::Clock::now() < latest &&
+           master.peek(&next, 1, std::chrono::milliseconds::zero()) > 0)
+        earlyEndSignals += receiveEndRender() ? 1 : 0;
     // The plug-in is still welcome: it is told to end as it would be later.
     if (!master.isAlive())
         host.release();

@@ -38,8 +38,8 @@ class HeadlessProgram {
     }
 
   private:
-    // An idle server wakes for its figures alone. Once there is a line others may follow it at once,
-    // and are written with it. True when the program is to end.
+    // An idle server wakes for its figures alone. Once there is a line others may follow it at
+    // once, and are written with it. True when the program is to end.
     bool waitForLines() { return stop.wait(DrServer::refreshPeriod) || stop.wait(flushPeriod); }
 
     void start(DrServer& server) {

@@ -1,9 +1,12 @@
 """Who comes in, in which order, and who does not."""
 
 import contextlib
+import re
+import socket
 
 import pytest
-from harness import *
+from harness import (
+    DISCOVERY, END_RENDER, ONLINE, PING, WELCOME, Master, image, request, scene_bytes, seen)
 
 LEFT = "Left before its turn: the master from 127.0.0.1\n"
 
@@ -40,6 +43,16 @@ def test_strangers_push_out_the_oldest_of_them(node):
         assert crowd[0][0].dropped()
         assert all(is_there(other) for other in [*crowd[0][1:], *crowd[3], *newest])
     assert node.final_log().count("Unsupported") == 14 + 1 + 1 + 15 + 16 + 1
+
+
+def test_strangers_who_have_begun_keep_nobody_out(node):
+    node.ready("exit 0")
+    with contextlib.ExitStack() as stack:
+        first, *others = silent(stack, 16)
+        for stranger in (first, *others):
+            stranger.send(b"<")
+        late = silent(stack, 1)[0]
+        assert first.dropped() and is_there(late)
 
 
 def test_masters_wait_in_order_and_may_leave(node):
@@ -155,7 +168,8 @@ def test_masters_who_may_come(node, lines, in_force, error):
     assert "Refused a discovery ping from 127.0.2.1: it is not among the masters\n" in log
 
 
-@pytest.mark.parametrize("line", ["Masters", "Masters =", "Masters = anybody", "My Masters = 0.0.0.0/0"])
+@pytest.mark.parametrize("line", ["Masters", "Masters =", "Masters = anybody", "My Masters = 0.0.0.0/0",
+                                  "Master = 127.0.0.1"])
 def test_masters_line_that_names_nobody(node, line):
     node.configure(line)
     node.start()

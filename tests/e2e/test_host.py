@@ -55,7 +55,7 @@ def test_host_that_nobody_needs_and_that_does_not_end(node, stage):
             node.wait_for("Closed loopback connection")
         else:
             # It is listened to already.
-            master.send(bytes(1) + b"x" * 70_000)
+            master.send(bytes(1000) + b"x" * 70_000)
             node.wait_for("Refused a message of the master")
     node.wait_for("Ready for new connection")
     assert node.host_processes() == []
@@ -211,8 +211,11 @@ def test_image_renamed_over_the_one_being_sent(node):
         eventually((node.host(2014) / "again").exists)
         assert master.image() == image(size)
         assert master.image() == image(300)
+        node.put_dump("dump" + 247 * "n" + ".exr", image(400))
+        assert master.image() == image(400)
         master.send(END_RENDER)
         assert master.at_end()
+    assert not list(node.data.glob("dump*"))
 
 
 @pytest.mark.linux

@@ -142,6 +142,12 @@ def test_another_folder(node, tmp_path):
 
 
 @pytest.mark.linux
+def test_server_without_a_window_needs_no_toolkit():
+    libraries = subprocess.run(["ldd", *SERVER], check=True, capture_output=True, text=True).stdout
+    assert "libstdc++" in libraries and "wx" not in libraries
+
+
+@pytest.mark.linux
 def test_what_is_no_file(node):
     """Whatever stands where a file should be: the start does not hang, and nothing is lost."""
     platform.REGISTRY.parent.mkdir()

@@ -131,7 +131,8 @@ TEST(Timestamp, IsTheLocalTime) {
 
 TEST(TextFileReader, ReadsLinesOfAnyLength) {
     const std::string longLine(3000, 'x');
-    writeFile("reader.txt", longLine + "\n\n\x80" + std::string(1022, 'y') + "\nlast");
+    writeFile("reader.txt",
+              longLine + "\n\n\x80" + std::string(1022, 'y') + std::string("\nl\0a\0s\0t", 8));
     TextFileReader reader;
     reader.open("reader.txt");
     String line;

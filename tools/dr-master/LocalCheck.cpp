@@ -20,7 +20,7 @@ using Json = nlohmann::ordered_json;
 // The server writes its figures every half minute.
 constexpr double oldSeconds = 120;
 constexpr std::size_t mostReceipts = 100;
-constexpr std::size_t mostBytes = 1024 * 1024;
+constexpr std::size_t mostBytes = 1 << 20;
 constexpr std::uint64_t littleRoom = 1'000'000'000;
 
 /// What a word of the receipts asks for.
