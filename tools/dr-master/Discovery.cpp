@@ -92,13 +92,10 @@ void Discovery::note(const std::string& sender, int release) {
 }
 
 void Discovery::listen(milliseconds window, const std::function<bool()>& isEnough) {
-    while (!isEnough()) {
-        if (receive())
-            continue;
-        if (std::chrono::steady_clock::now() - allSent >= window)
-            return;
-        std::this_thread::sleep_for(milliseconds(1));
-    }
+    // The time is looked at after each datagram too: somebody may send them without end.
+    while (!isEnough() && std::chrono::steady_clock::now() - allSent < window)
+        if (!receive())
+            std::this_thread::sleep_for(milliseconds(1));
 }
 
 void Discovery::unite() {
