@@ -50,6 +50,12 @@ CLI::Validator size() {
                    [](double value) { return value >= 0 && value <= 1e9; });
 }
 
+/// What a script passes on from a variable that is not set.
+CLI::Validator notEmpty() {
+    return CLI::Validator(
+        [](std::string& text) { return text.empty() ? "must not be empty" : std::string(); }, "");
+}
+
 CLI::Validator part() {
     return inRange("a number above 0, at most 1",
                    [](double value) { return value > 0 && value <= 1; });
@@ -118,6 +124,7 @@ class CommandLine {
         command
             ->add_option("--frames", render.frames,
                          "an animation, each frame by one node: 1-100,120,200-300x5")
+            ->check(notEmpty())
             ->excludes(frame);
         command->add_option("--camera", render.camera, "camera (default: the scene's own)");
         addRenderGoals(*command);
@@ -138,7 +145,8 @@ class CommandLine {
             "one node, by name or address (default: the first that answers discovery)");
         auto* nodes = command.add_option("--nodes", render.nodes,
                                          "many nodes: all, or names with commas between them");
-        nodes->excludes(server);
+        server->check(notEmpty());
+        nodes->check(notEmpty())->excludes(server);
         addAddresses(command, render.addresses)->needs(nodes);
     }
 

@@ -53,8 +53,10 @@ void chooseNodes(const RenderOptions& options, RenderOrder& order) {
         return;
     }
     order.nodes = partsOf(options.nodes);
-    if (!order.nodes.empty())
+    if (!order.nodes.empty() && std::count(order.nodes.begin(), order.nodes.end(), "all") == 0)
         return;
+    if (!options.nodes.empty())
+        throw Failure(ExitStatus::WrongUsage, "--nodes is either all or names with commas between");
     order.server = options.server.empty() ? firstServer(options.hostVersion) : options.server;
     // A frame of many is tried again, on the only node too.
     if (!order.frames.empty())
