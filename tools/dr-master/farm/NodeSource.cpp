@@ -72,6 +72,10 @@ void NodeSource::note(const std::string& name) {
     node.label = order.isForOneNode() ? "image" : "node-" + fileLabel(name);
     node.isTriedAgain = !order.isForOneNode();
     const std::lock_guard lock(mutex);
+    // Long names, and those of other letters, may look the same in a file's name; their images
+    // must not meet in one file.
+    while (labels.try_emplace(node.label, name).first->second != name)
+        node.label += '_';
     found.push_back(std::move(node));
 }
 

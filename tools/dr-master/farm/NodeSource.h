@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <map>
 #include <mutex>
 #include <thread>
 
@@ -32,6 +33,7 @@ class NodeSource {
     std::optional<Discovery> search;
     std::mutex mutex;  // guards all below but the thread
     std::vector<NodeWorker::Node> found;
+    std::map<std::string, std::string> labels;  // whose they are
     bool isOver = false;
     std::condition_variable over;
     std::thread finding;
