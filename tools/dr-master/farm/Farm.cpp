@@ -60,10 +60,21 @@ void Farm::stopIfAlone() {
         if (allNodesEnded())
             job.plan.stop();
     } else if (now - lastCompany >= longestAlone) {
-        stop({ExitStatus::NoNodeLeft,
-              "No node took part for " + std::to_string(longestAlone.count() / 1000) + " s",
-              "See above what each said; --patience waits longer."});
+        stop(nobodyTookPart());
     }
+}
+
+Failure Farm::nobodyTookPart() const {
+    for (const auto& worker : workers) {
+        const auto last = worker->lastFailure();
+        // It is not the nodes' fault, and says more.
+        if (last && (last->status == ExitStatus::UnwritableFolder ||
+                     last->status == ExitStatus::UnreadableScene))
+            return *last;
+    }
+    return {ExitStatus::NoNodeLeft,
+            "No node took part for " + std::to_string(longestAlone.count() / 1000) + " s",
+            "See above what each said; --patience waits longer."};
 }
 
 bool Farm::isForOneNode() const {

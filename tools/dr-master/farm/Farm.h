@@ -35,6 +35,7 @@ class Farm {
     void stop(const Failure& why);
     void stopIfInterrupted();
     void stopIfAlone();
+    Failure nobodyTookPart() const;
     bool isForOneNode() const;
     void noteFailureOfTheOnlyNode();
 
