@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -32,6 +33,8 @@ struct FarmJob {
     /// Whether a damaged image is the node's failure, instead of that image's alone.
     bool leavesOutDamaged = true;
     bool keepsImages = true;
+    /// Called for each image that is announced; the first call is through before any other.
+    std::function<void()> prepare = [] {};
 };
 
 }  // namespace Orvane

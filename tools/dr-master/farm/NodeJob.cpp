@@ -106,6 +106,7 @@ LeaseEnd NodeJob::collect(JobSession& session) {
 }
 
 void NodeJob::takeImage(JobSession& session, const TransferWatch& watch) {
+    job.prepare();
     const TemporaryPath incoming(job.folder.unfinished(label));
     const auto start = Clock::now();
     TransferNews transfer{status.node};

@@ -1,6 +1,7 @@
 #include "Render.h"
 
 #include <algorithm>
+#include <mutex>
 
 #include "Interruption.h"
 #include "OrvaneCore/HostReleases.h"
@@ -64,11 +65,27 @@ class Render {
           view(viewFor(order)),
           pace(order.longestSilence, order.isForOneNode()) {}
 
+    void run() {
+        try {
+            if (order.frames.empty())
+                runStill();
+            else
+                runAnimation();
+        } catch (const Failure& failure) {
+            if (!hasEnded)
+                view.tell(&FarmView::ended, failure.status, std::vector<FrameNews>());
+            throw;
+        }
+    }
+
+  private:
     void runStill() {
         const auto frame = std::make_shared<Frame>(order.frame, order.goal);
         StillPlan plan(frame);
-        sayWhatIsCleaned();
-        const FarmJob job = jobFor(plan);
+        FarmJob job = jobFor(plan);
+        // Not at once: a render that comes to nothing leaves the last one's result.
+        std::once_flag cleaned;
+        job.prepare = [&] { std::call_once(cleaned, [this] { sayWhatIsCleaned(); }); };
         Farm farm(job, patienceOf(order));
         std::optional<ResultRefresh> refresh(std::in_place, *frame, folder, view);
         work(farm);
@@ -89,7 +106,6 @@ class Render {
         end(failure, frames);
     }
 
-  private:
     FarmJob jobFor(WorkPlan& plan) {
         const bool alone = order.isForOneNode();
         FarmJob job{plan, folder, decoders, pace, view};
@@ -131,6 +147,7 @@ class Render {
     }
 
     void end(const std::optional<Failure>& failure, const std::vector<FrameNews>& frames) {
+        hasEnded = true;
         view.tell(&FarmView::ended, failure ? failure->status : ExitStatus::Success, frames);
         if (failure)
             throw Failure(*failure);
@@ -142,16 +159,13 @@ class Render {
     SerialView view;
     DecodeSlots decoders;
     Pace pace;
+    bool hasEnded = false;  // said so
 };
 
 }  // namespace
 
 void render(const RenderOrder& order) {
-    Render render(order);
-    if (order.frames.empty())
-        render.runStill();
-    else
-        render.runAnimation();
+    Render(order).run();
 }
 
 }  // namespace Orvane

@@ -183,7 +183,8 @@ std::string TerminalView::totalLine() const {
 
 void TerminalView::ended(ExitStatus /*status*/, const std::vector<FrameNews>& allFrames) {
     takeAway();
-    draw();
+    if (!rows.empty())
+        draw();
     if (!allFrames.empty())
         for (const std::string& line : Lines::table(allFrames))
             std::printf("%s\n", line.c_str());
