@@ -11,6 +11,7 @@ REGISTRY = Path("/etc/orvane/registry.ini")
 STOPS = [signal.SIGTERM, signal.SIGINT]
 STREAMS = ["0", "1", "2"]  # all that a host inherits
 LINE_END = "\n"
+CODE_PAGE = "cp1252"
 LINGER = 'setsid "{}/3dsmaxcmd.exe" linger &'
 CRASH = ["crash", "139"]
 ODD_FOLDER = """a $HOME `touch x` "b" 'c' \\$d\\e & f;g"""

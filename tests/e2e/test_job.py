@@ -6,9 +6,8 @@ import socket
 import threading
 from pathlib import Path
 
-from harness import (
-    DUMP_EXR, END_RENDER, LOOPBACK, ONLINE, PLUGIN_ANSWER, Master, Peer, image,
-    request, seen)
+from harness import (DUMP_EXR, END_RENDER, LOOPBACK, ONLINE, PLUGIN_ANSWER, Master, Peer, image,
+                     platform, request, seen)
 
 CAMERA = "Cam\xe9ra 1\x80 & more"
 
@@ -102,7 +101,8 @@ def test_two_whole_jobs(node):
     assert [receipt[key] for key in (
         "master", "releaseAsked", "releaseUsed", "frames", "camera", "sceneBytes", "images",
         "imageBytes", "hostExit")] == [
-            "127.0.0.1", 2014, 2014, "1-5,7", "Caméra 1€ & more", len(scene), 4, sum(sizes) + 300000, 7]
+            "127.0.0.1", 2014, 2014, "1-5,7", CAMERA.encode("latin-1").decode(platform.CODE_PAGE),
+            len(scene), 4, sum(sizes) + 300000, 7]
     assert receipt["start"] < receipt["firstImage"] <= receipt["lastImage"] <= receipt["end"]
     assert all(seconds >= 0 for seconds in receipt["seconds"].values()) and "hostOutput" not in receipt
 

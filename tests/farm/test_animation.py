@@ -69,6 +69,19 @@ def test_frame_that_nobody_can_render(tmp_path):
     assert frames_in(tmp_path) == {8: 8}
 
 
+def test_time_is_over_before_the_first_image(tmp_path):
+    def part(link):
+        if node.frame != 7:
+            link.sendall(announced(exr(node.frame)))
+        told_to_end(link)
+
+    node = PlayedNode(part)
+    status, events, _ = finish(start_render(
+        tmp_path, "--server", node.address, "--frames", "7-8", "--seconds", "1"))
+    assert status == 16 and frames_in(tmp_path) == {8: 8}
+    assert by_outcome(events)["failed"][7]["retries"] == 2
+
+
 def test_interrupted_animation(tmp_path):
     node = FrameNode()
     process = start_render(tmp_path, "--server", node.address, "--frames", "1-100000", "--images", "2")

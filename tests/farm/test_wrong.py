@@ -144,11 +144,18 @@ def test_interrupted(tmp_path):
         f"node-{node.address}-0001.exr", f"node-{node.address}-0002.exr"]
 
 
-@pytest.mark.parametrize("last, status", [("silent", 0), ("endless", 0)])
-def test_node_that_does_not_end(tmp_path, last, status):
-    """Told to end, it is silent, or sends on and on: the end comes, and the result is kept."""
+@pytest.mark.parametrize("last, goal", [
+    ("silent", "--images=1"), ("endless", "--images=1"), ("dripping", "--seconds=1")])
+def test_node_that_does_not_end(tmp_path, last, goal):
+    """Told to end, it is silent, or sends on and on, or one image without end: the end comes, and
+    the result is kept."""
     def part(link):
         link.sendall(announced(exr(6)))
+        if last == "dripping":
+            link.sendall(announced(b"", 1 << 20))
+        while last == "dripping":
+            link.sendall(b"x")
+            time.sleep(0.1)
         while last == "endless":
             link.sendall(announced(exr(6)))
         link.settimeout(None)
@@ -156,9 +163,10 @@ def test_node_that_does_not_end(tmp_path, last, status):
             pass
 
     node = PlayedNode(part)
-    process = start_render(tmp_path, "--server", node.address, "--last-images", "2", "--keep-mb", "0.1")
+    process = start_render(
+        tmp_path, "--server", node.address, goal, "--last-images", "2", "--keep-mb", "0.1")
     ended, events, _ = finish(process)
-    assert ended == status and "did not end its job" in [
+    assert ended == 0 and "did not end its job" in [
         event for event in events if event["event"] == "remark"][-1]["text"]
     assert value_of(tmp_path / "out/result.exr") == 6
     assert sum(path.stat().st_size for path in (tmp_path / "out").glob("image-*")) <= 100_000

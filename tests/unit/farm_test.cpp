@@ -7,6 +7,7 @@
 #include "DiscoveryTargets.h"
 #include "ExitStatus.h"
 #include "FrameList.h"
+#include "farm/Frame.h"
 #include "farm/HalfFloat.h"
 #include "farm/RunningMean.h"
 
@@ -54,6 +55,22 @@ TEST(RunningMean, MeanAndNoise) {
     other.layout.channels.front().xSampling = 2;
     EXPECT_THROW(mean.add(other), Failure);
     EXPECT_EQ(mean.count(), 4);
+    EXPECT_EQ(mean.add(twoPixels(1, 1), RunningMean::Mismatch::BeginsAnew), 0);
+}
+
+TEST(Frame, AnOutvotedImageStaysUntilOthersAreWhole) {
+    Frame frame("0", {});
+    const ReceivedImage odd = twoPixels(1, 1);
+    ReceivedImage usual = twoPixels(2, 3);
+    usual.layout.displayWindow.max.x = 9;
+    frame.take(odd, frame.agree("a", odd.layout));
+    EXPECT_THROW(frame.agree("b", usual.layout), Failure);
+    // Such an announcement alone, of a file that cannot be read, forgets nothing.
+    const auto mismatch = frame.agree("c", usual.layout);
+    EXPECT_EQ(frame.result().count(), 1);
+    EXPECT_EQ(frame.take(usual, mismatch).forgotten, 1);
+    EXPECT_EQ(frame.result().count(), 1);
+    EXPECT_EQ(frame.result().mean().planes.front(), (std::vector<float>{2, 3}));
 }
 
 TEST(FrameList, RangesAndSteps) {

@@ -47,7 +47,10 @@ class Collection {
             throw Failure(ExitStatus::ConnectionLost,
                           "The connection was lost after " + imagesText());
         if (event == JobSession::Event::Image) {
-            takeImage([this](std::int64_t, std::int64_t) { checkLastImages(); });
+            takeImage([this](std::int64_t, std::int64_t) {
+                noteIfEnough();
+                checkLastImages();
+            });
             ++images;
             lastSign = Clock::now();
         }
@@ -58,16 +61,23 @@ class Collection {
         return std::to_string(images) + (images == 1 ? " image" : " images");
     }
 
+    /// Also within an image: a node that sends one for hours must not hold up the end.
+    void noteIfEnough() {
+        if (!enough && rules.isEnough())
+            enough = Clock::now();
+    }
+
     void endIfEnough() {
-        if (ended || !rules.isEnough())
+        noteIfEnough();
+        if (ended || !enough)
             return;
         session.endRender();
-        ended = Clock::now();
+        ended = true;
         rules.onEnd();
     }
 
     void checkLastImages() const {
-        if (ended && Clock::now() - *ended >= rules.lastImages)
+        if (enough && Clock::now() - *enough >= rules.lastImages)
             throw TimeIsUp();
     }
 
@@ -104,7 +114,8 @@ class Collection {
     const JobRules& rules;
     const Clock::time_point start = Clock::now();
     Clock::time_point lastSign = start;
-    std::optional<Clock::time_point> ended;
+    std::optional<Clock::time_point> enough;  // since when there is
+    bool ended = false;                       // the node has been told
     int images = 0;
 };
 

@@ -18,7 +18,7 @@ struct JobRules {
     std::function<std::optional<std::chrono::milliseconds>()> longestSilence = [] {
         return std::nullopt;
     };
-    /// How long a node that was told to end may take for its last images and its host's end.
+    /// How long a node may take, once it may end, for its last images and its host's end.
     std::chrono::milliseconds lastImages{60'000};
     /// Fail then, whatever the node does.
     std::optional<std::chrono::milliseconds> giveUp;

@@ -20,28 +20,26 @@ std::ptrdiff_t Frame::votesFor(const ImageLayout& layout) const {
                          [&layout](const auto& vote) { return vote.second.matches(layout); });
 }
 
-int Frame::agree(const std::string& node, const ImageLayout& layout) {
+RunningMean::Mismatch Frame::agree(const std::string& node, const ImageLayout& layout) {
     const std::lock_guard lock(mutex);
     votes[node] = layout;
     const auto common = mean.layout();
     if (!common || layout.matches(*common))
-        return 0;
+        return RunningMean::Mismatch::IsDamage;
     if (votesFor(layout) <= votesFor(*common))
         throw Failure(ExitStatus::DamagedImage,
                       "its size or channels are not those of the images before");
-    const int forgotten = mean.count();
-    mean.restart();
-    return forgotten;
+    return RunningMean::Mismatch::BeginsAnew;
 }
 
-int Frame::take(const ReceivedImage& image) {
-    mean.add(image);
+Frame::Taken Frame::take(const ReceivedImage& image, RunningMean::Mismatch mismatch) {
+    const int forgotten = mean.add(image, mismatch);
     const int images = mean.count();
     if (goal.images && images >= *goal.images)
         hasReached = true;
     if (goal.noise)
         estimateNoise();
-    return images;
+    return {images, forgotten};
 }
 
 void Frame::estimateNoise() {

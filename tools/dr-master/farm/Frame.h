@@ -30,12 +30,15 @@ class Frame {
     /// The goal's time runs from the first call.
     void start();
     /// Whether a node's image may be added: throws Failure (DamagedImage) when its layout is not
-    /// that of the images before. But if more nodes have sent its layout than theirs, they are
-    /// forgotten; answers how many that were.
-    int agree(const std::string& node, const ImageLayout& layout);
-    /// Throws Failure (DamagedImage) for an image that does not match those before; answers how
-    /// many there are now.
-    int take(const ReceivedImage& image);
+    /// that of the images before, unless more nodes have sent its layout than theirs. Answers what
+    /// take() is to do with the image, if it turns out to be whole.
+    RunningMean::Mismatch agree(const std::string& node, const ImageLayout& layout);
+    struct Taken {
+        int images = 0;     ///< that there are now
+        int forgotten = 0;  ///< of the layout before
+    };
+    /// Throws Failure (DamagedImage) for an image that may not be added.
+    Taken take(const ReceivedImage& image, RunningMean::Mismatch mismatch);
     /// As of a recent image.
     std::optional<double> noise() const;
     bool isReached() const;

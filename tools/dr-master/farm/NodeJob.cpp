@@ -96,7 +96,13 @@ LeaseEnd NodeJob::collect(JobSession& session) {
         job.view.tell(&FarmView::remark, status.node + " did not end its job within " +
                                              std::to_string(job.lastImages.count() / 1000) +
                                              " s; its last images may be missing");
-    return lease.frame->isReached() ? LeaseEnd::Finished : LeaseEnd::Withdrawn;
+    const bool isEmpty = job.isAnimation && lease.frame->result().count() == 0;
+    if (!lease.frame->isReached() || (isEmpty && job.plan.isStopped()))
+        return LeaseEnd::Withdrawn;
+    if (isEmpty)
+        throw Failure(ExitStatus::NoImages, "The frame's time was over before its first image",
+                      "Allow more time with --seconds.");
+    return LeaseEnd::Finished;
 }
 
 void NodeJob::takeImage(JobSession& session, const TransferWatch& watch) {
@@ -124,20 +130,28 @@ void NodeJob::takeImage(JobSession& session, const TransferWatch& watch) {
 
 void NodeJob::fold(const std::filesystem::path& file, const TransferNews& transfer) {
     ImageNews news{transfer, {}, status.frame, 0, {}};
-    if (const int forgotten = lease.frame->agree(status.node, readLayout(file)))
-        job.view.tell(&FarmView::remark,
-                      "Most nodes send images of another size or with other channels than the " +
-                          std::to_string(forgotten) +
-                          " added so far: the mean begins anew with theirs");
+    Frame::Taken sum;
+    const ImageLayout layout = readLayout(file);
+    const auto mismatch = lease.frame->agree(status.node, layout);
     job.decoders.with([&](ReceivedImage& image) {
-        readImage(file, lease.frame->result().layout(), image);
-        news.images = lease.frame->take(image);
+        readImage(file, layout, image);
+        sum = lease.frame->take(image, mismatch);
     });
+    noteForgotten(sum.forgotten);
+    news.images = sum.images;
     ++taken;
     news.noise = lease.frame->noise();
     if (job.keepsImages)
         news.file = job.folder.keep(file, label);
     job.view.tell(&FarmView::imageTaken, news);
+}
+
+void NodeJob::noteForgotten(int images) {
+    if (images > 0)
+        job.view.tell(&FarmView::remark,
+                      "Most nodes send images of another size or with other channels than the " +
+                          std::to_string(images) +
+                          " added so far: the mean begins anew with theirs");
 }
 
 void NodeJob::noteDamage(const std::filesystem::path& file, const Failure& failure) {

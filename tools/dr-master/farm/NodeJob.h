@@ -29,6 +29,7 @@ class NodeJob {
     void takeImage(JobSession& session,
                    const std::function<void(std::int64_t moved, std::int64_t size)>& watch);
     void fold(const std::filesystem::path& file, const TransferNews& transfer);
+    void noteForgotten(int images);
     void noteDamage(const std::filesystem::path& file, const Failure& failure);
     void show(NodeState state);
     void showTransfer(std::int64_t moved, std::int64_t size);

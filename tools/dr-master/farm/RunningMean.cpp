@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "ExitStatus.h"
 #include "Picture.h"
@@ -52,6 +53,9 @@ double medianOf(std::vector<float>& values) {
 
 void RunningMean::begin(const ImageLayout& layout) {
     common = layout;
+    sums.clear();
+    meanLevels.clear();
+    squares.clear();
     for (const auto& channel : common.channels)
         sums.emplace_back(common.samples(channel));
     shown = channelsToShow(common);
@@ -61,17 +65,26 @@ void RunningMean::begin(const ImageLayout& layout) {
     squares.resize(meanLevels.size());
 }
 
-void RunningMean::add(const ReceivedImage& image) {
-    const std::lock_guard lock(mutex);
-    if (added > 0 && !image.layout.matches(common))
+int RunningMean::makeRoomFor(const ImageLayout& layout, Mismatch mismatch) {
+    const bool isFirst = added == 0;
+    if (!isFirst && layout.matches(common))
+        return 0;
+    if (!isFirst && mismatch == Mismatch::IsDamage)
         throw Failure(ExitStatus::DamagedImage,
                       "its size or channels are not those of the images before");
-    if (added == 0)
-        begin(image.layout);
+    const int forgotten = std::exchange(added, 0);
+    begin(layout);
+    return forgotten;
+}
+
+int RunningMean::add(const ReceivedImage& image, Mismatch mismatch) {
+    const std::lock_guard lock(mutex);
+    const int forgotten = makeRoomFor(image.layout, mismatch);
     ++added;
     addPlanes(image);
     if (!squares.empty())
         addLevels(image);
+    return forgotten;
 }
 
 void RunningMean::addPlanes(const ReceivedImage& image) {
@@ -94,14 +107,6 @@ void RunningMean::addLevels(const ReceivedImage& image) {
         updateLevels(&meanLevels[first], &squares[first], levels.data(), pixels,
                      static_cast<float>(added));
     }
-}
-
-void RunningMean::restart() {
-    const std::lock_guard lock(mutex);
-    added = 0;
-    sums.clear();
-    meanLevels.clear();
-    squares.clear();
 }
 
 int RunningMean::count() const {

@@ -18,12 +18,14 @@ class RunningMean {
     /// `withNoise` keeps two more figures per pixel.
     explicit RunningMean(bool withNoise) : keepsNoise(withNoise) {}
 
-    /// Throws Failure (DamagedImage) for an image that does not match those before.
-    void add(const ReceivedImage& image);
+    enum class Mismatch {
+        IsDamage,    ///< throws Failure (DamagedImage)
+        BeginsAnew,  ///< the images before are forgotten
+    };
+    /// What happens when the image does not match those before; answers how many are forgotten.
+    int add(const ReceivedImage& image, Mismatch mismatch = Mismatch::IsDamage);
 
-    /// Forgets all images.
-    void restart();
-
+    /// Never 0 again after the first image.
     int count() const;
     /// Nothing before the first image.
     std::optional<ImageLayout> layout() const;
@@ -37,6 +39,7 @@ class RunningMean {
 
   private:
     void begin(const ImageLayout& layout);
+    int makeRoomFor(const ImageLayout& layout, Mismatch mismatch);
     void addPlanes(const ReceivedImage& image);
     void addLevels(const ReceivedImage& image);
 
