@@ -52,6 +52,7 @@ bool LoopbackListener::tryLocalHandshake(const DrConfig& config, const FrameInfo
     plugin = awaitCaller(hostEnd);
     if (plugin == nullptr)
         return false;
+    pluginTakesCommands = true;
     const PluginJob job{config.dataFolder, frameInfo};
     // Not looked at: who has not got it will not answer.
     (void)writeMessage(*plugin, job.text(), Timeouts::pluginHandshakeSeconds);
@@ -69,9 +70,11 @@ bool LoopbackListener::tryLocalHandshake(const DrConfig& config, const FrameInfo
 }
 
 void LoopbackListener::forwardEndRender() {
-    // Not looked at: a plug-in that has gone needs no telling.
-    if (plugin != nullptr)
-        (void)writeMessage(*plugin, EndRender::text(), Timeouts::commandWriteSeconds);
+    // A plug-in that has gone needs no telling; and one that did not take the last in its time is
+    // not waited for again, or many of them would hold up the job for hours.
+    if (plugin != nullptr && pluginTakesCommands)
+        pluginTakesCommands =
+            writeMessage(*plugin, EndRender::text(), Timeouts::commandWriteSeconds) == 0;
 }
 
 void LoopbackListener::closeLocalConnection() {

@@ -27,7 +27,7 @@ class LoopbackListener {
     /// the plug-in does and is now held.
     bool tryLocalHandshake(const DrConfig& config, const FrameInfo& frameInfo,
                            const WaitSignal& hostEnd);
-    /// Written if the plug-in is there to take it.
+    /// Written if the plug-in is there to take it, and took the one before.
     void forwardEndRender();
     void closeLocalConnection();
 
@@ -43,6 +43,7 @@ class LoopbackListener {
     Listener listener;
     LineFold strangers;
     std::unique_ptr<Connection> plugin;
+    bool pluginTakesCommands = true;
 };
 
 }  // namespace Orvane
