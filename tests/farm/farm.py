@@ -189,9 +189,18 @@ class PlayedNode(threading.Thread):
         self.listener = socket.create_server((self.address, MASTER))
         self.start()
 
+    def close(self):
+        """Frees the port, which is any server's in the same network."""
+        self.listener.shutdown(socket.SHUT_RDWR)
+        self.join()
+        self.listener.close()
+
     def run(self):
         while True:
-            link, _ = self.listener.accept()
+            try:
+                link, _ = self.listener.accept()
+            except OSError:
+                return  # closed
             with link:
                 try:
                     self.play(link)

@@ -62,6 +62,8 @@ def test_ctrl_c_ends_a_render_on_many_nodes_in_order(tmp_path):
             images += '"event":"image"' in render.stdout.readline()
         render.send_signal(signal.SIGINT)
         status, events, _ = finish(render)
+    for played in nodes:
+        played.close()
     assert status == 13 and events[-1]["status"] == 13
     assert value_of(tmp_path / "out/result.exr") == 4
     assert sum(path.name.startswith("node-") for path in (tmp_path / "out").iterdir()) == 4
@@ -272,10 +274,12 @@ def test_installer(session, node, tmp_path):
 
     # The program would keep a pipe open that it is started with.
     subprocess.run(["wine", "start", "/unix", shortcuts[1]], check=True, stdout=subprocess.DEVNULL)
-    first = session.in_front(TITLE)
+    session.in_front(TITLE)
+    (log,) = eventually(lambda: list(drive.glob("users/*/AppData/Local/drData/DrLog.txt")))
     # An upgrade ends it, and starts it again.
     assert setup()[0] == 0
-    eventually(lambda: session.windows(TITLE) not in ([], [first]))
+    eventually(lambda: log.read_bytes().count(b"DR server started") == 2)
+    session.in_front(TITLE)
 
     with harness.Node(service_folder(tmp_path)) as service:
         service.configure(f"2014 {seen(service.install(2014, *ONLINE, 'hear', 'close'))}")
