@@ -236,8 +236,9 @@ struct Command::Native {
         // What it expands to is not looked at again, so no name in a path is taken for a variable.
         SetEnvironmentVariableW(percentVariable, L"%");
         const std::wstring program = interpreter();
-        // With /s exactly the outer quotes are taken away, whatever the line holds.
-        std::wstring whole = std::wstring(L"cmd.exe /d /s /c \"") + units(line) + L"\"";
+        // With /s exactly the outer quotes are taken away, whatever the line holds; a machine may be
+        // set to take what stands between exclamation marks for a variable, hence /v:off.
+        std::wstring whole = std::wstring(L"cmd.exe /d /v:off /s /c \"") + units(line) + L"\"";
         const DWORD flags = CREATE_NO_WINDOW | CREATE_SUSPENDED | CREATE_UNICODE_ENVIRONMENT |
                             EXTENDED_STARTUPINFO_PRESENT |
                             (priority == Priority::Low ? BELOW_NORMAL_PRIORITY_CLASS : 0);
