@@ -236,8 +236,8 @@ struct Command::Native {
         // What it expands to is not looked at again, so no name in a path is taken for a variable.
         SetEnvironmentVariableW(percentVariable, L"%");
         const std::wstring program = interpreter();
-        // With /s exactly the outer quotes are taken away, whatever the line holds; a machine may be
-        // set to take what stands between exclamation marks for a variable, hence /v:off.
+        // With /s exactly the outer quotes are taken away, whatever the line holds; a machine may
+        // be set to take what stands between exclamation marks for a variable, hence /v:off.
         std::wstring whole = std::wstring(L"cmd.exe /d /v:off /s /c \"") + units(line) + L"\"";
         const DWORD flags = CREATE_NO_WINDOW | CREATE_SUSPENDED | CREATE_UNICODE_ENVIRONMENT |
                             EXTENDED_STARTUPINFO_PRESENT |

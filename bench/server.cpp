@@ -309,6 +309,7 @@ void measureHeldImages(const Settings& settings) {
 
 std::vector<Descriptor> silentConnections(int count) {
     std::vector<Descriptor> silent;
+    silent.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i)
         silent.push_back(connectTo(Orvane::masterPort));
     return silent;

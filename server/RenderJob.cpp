@@ -45,6 +45,7 @@ void RenderJob::run() {
         std::this_thread::sleep_for(pauseAfterFailedDownload);
         return;
     }
+    services.book.note(receipt);
     launchHost();
     if (waitForPlugin())
         relay();
