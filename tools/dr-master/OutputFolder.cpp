@@ -45,10 +45,13 @@ constexpr const char* resultName = "result.exr";
 constexpr const char* pictureName = "result.png";
 
 /// Others may give such names too.
-bool isNameOfAStill(const std::string& name) {
-    static const std::regex pattern(R"((image|node-.+)-\d{4,}\.exr|result\.(exr|png))",
-                                    std::regex::icase);
+bool isNameOfAnImage(const std::string& name) {
+    static const std::regex pattern(R"((image|node-.+)-\d{4,}\.exr)", std::regex::icase);
     return std::regex_match(name, pattern);
+}
+
+bool isNameOfAStill(const std::string& name) {
+    return name == resultName || name == pictureName || isNameOfAnImage(name);
 }
 
 bool isUnfinished(const std::string& name) {
@@ -124,17 +127,6 @@ OutputFolder::~OutputFolder() {
         lock.leaveFile();
 }
 
-void OutputFolder::refuseOthers() const {
-    for (const auto& entry : fs::directory_iterator(folder)) {
-        const std::string name = nameOf(entry);
-        if (isNameOfAStill(name) && !made.contains(name))
-            throw Failure(ExitStatus::UnwritableFolder,
-                          "'" + printable(name) + "' in the folder " + shown(folder) +
-                              " is not known to be of an earlier render",
-                          "Move such files away, or name another folder with --output.");
-    }
-}
-
 int OutputFolder::clean() {
     const std::lock_guard guard(mutex);
     const auto remove = [this](const std::string& name) {
@@ -152,6 +144,22 @@ int OutputFolder::clean() {
     } catch (const fs::filesystem_error&) {
         throw unwritableFolder(folder);
     }
+}
+
+int OutputFolder::countOthers() {
+    const std::lock_guard guard(mutex);
+    const fs::directory_iterator entries(folder);
+    return static_cast<int>(std::count_if(begin(entries), end(entries), [this](const auto& entry) {
+        const std::string name = nameOf(entry);
+        return isNameOfAnImage(name) && !made.contains(name);
+    }));
+}
+
+std::string OutputFolder::nextName(const std::string& label) {
+    std::string name = imageName(label, ++numbers[label]);
+    while (has(name))
+        name = imageName(label, ++numbers[label]);
+    return name;
 }
 
 void OutputFolder::claim(const std::string& name) {
@@ -187,10 +195,9 @@ std::string OutputFolder::keep(const fs::path& incoming, const std::string& labe
     const std::lock_guard guard(mutex);
     if (failed || keptBytes + bytes > mostBytes)
         return {};
-    std::string name = imageName(label, numbers[label] + 1);
+    std::string name = nextName(label);
     claim(name);
     replace(incoming, name);
-    ++numbers[label];
     keptBytes += bytes;
     return name;
 }

@@ -30,16 +30,17 @@ class OutputFolder {
     OutputFolder(const OutputFolder&) = delete;
     OutputFolder& operator=(const OutputFolder&) = delete;
 
-    /// Throws where files that no render is known to have made have names that a still gives.
-    void refuseOthers() const;
     /// Removes images and results that earlier renders left; answers how many files.
     int clean();
+    /// How many images have names that a still gives, and no render is known to have made them.
+    /// They stay, and no image is given their names.
+    int countOthers();
 
     /// Where an image or a result of this name lies while it comes. `use` tells apart what is
     /// written at the same time.
     std::filesystem::path unfinished(const std::string& use) const;
-    /// Gives an image that came its name, "LABEL-0001.exr" and so on; answers that, or nothing when
-    /// so many are kept already that this one was not.
+    /// Gives an image that came the next free name, "LABEL-0001.exr" and so on; answers that, or
+    /// nothing when so many are kept already that this one was not.
     std::string keep(const std::filesystem::path& incoming, const std::string& label);
 
     bool has(const std::string& name) const;
@@ -50,6 +51,8 @@ class OutputFolder {
   private:
     void replace(const std::filesystem::path& from, const std::string& name) const;
     void write(const Image& image, const std::string& name, const std::string& files);
+    /// With the mutex locked.
+    std::string nextName(const std::string& label);
     /// With the mutex locked, before a file gets this name.
     void claim(const std::string& name);
 

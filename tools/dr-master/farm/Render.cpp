@@ -63,10 +63,7 @@ class Render {
         : order(renderOrder),
           folder(order.folder, order.mostKeptBytes),
           view(viewFor(order)),
-          pace(order.longestSilence, order.isForOneNode()) {
-        if (order.frames.empty())
-            folder.refuseOthers();
-    }
+          pace(order.longestSilence, order.isForOneNode()) {}
 
     void run() {
         try {
@@ -128,6 +125,10 @@ class Render {
         if (const int removed = folder.clean())
             view.tell(&FarmView::remark, "Removed " + std::to_string(removed) +
                                              " files of an earlier render from the folder");
+        if (const int others = folder.countOthers())
+            view.tell(&FarmView::remark, std::to_string(others) +
+                                             " images in the folder are not known to be an earlier "
+                                             "render's: they stay, and are no part of the result");
     }
 
     void work(Farm& farm) {
