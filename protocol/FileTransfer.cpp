@@ -33,6 +33,13 @@ class Course {
         return static_cast<std::size_t>(std::min(left(), static_cast<std::int64_t>(most)));
     }
     Connection::Clock::time_point nextDeadline() const { return deadline; }
+    /// Not later: who watches is called also while nothing moves, and may have had enough.
+    Connection::Clock::time_point nextLook() const {
+        constexpr std::chrono::seconds longestUnwatched{1};
+        const auto look = Connection::Clock::now() + longestUnwatched;
+        return progress != nullptr ? std::min(deadline, look) : deadline;
+    }
+    bool isInTime() const { return Connection::Clock::now() < deadline; }
 
     void add(std::size_t bytes) {
         const std::int64_t chunk = done / chunkBytes;
@@ -155,8 +162,8 @@ int sendCopies(Connection& connection, InputFile& file, Course& course) {
         file.read(buffer.get(), bytes);
         for (std::size_t done = 0; done < bytes;) {
             const std::size_t sent =
-                connection.writeSome(buffer.get() + done, bytes - done, course.nextDeadline());
-            if (sent == 0)
+                connection.writeSome(buffer.get() + done, bytes - done, course.nextLook());
+            if (sent == 0 && !(connection.isAlive() && course.isInTime()))
                 return 1;
             done += sent;
             course.add(sent);
@@ -179,7 +186,7 @@ int sendFile(Connection& connection, InputFile& file, TransferProgress progress,
         connection.write(&size, sizeof(size));
     Course course(connection, size, progress, argument);
     while (course.left() > 0) {
-        const std::size_t sent = file.sendSome(connection, course.left(), course.nextDeadline());
+        const std::size_t sent = file.sendSome(connection, course.left(), course.nextLook());
         if (sent == 0)
             return sendCopies(connection, file, course);
         course.add(sent);

@@ -142,6 +142,12 @@ def test_interrupted(tmp_path):
     assert finish(process)[0] == 13
     assert sorted(path.name for path in (tmp_path / "out").iterdir() if path.name != ".dr-master.lock") == [
         f"node-{node.address}-0001.exr", f"node-{node.address}-0002.exr"]
+    # Nor is what it left taken for somebody else's.
+    stubborn.clear()
+    process = start_render(tmp_path, "--images", "2", "--server", node.address)
+    status, events, _ = finish(process)
+    assert status == 0 and any("Removed 2 files" in event.get("text", "") for event in events)
+    assert not (tmp_path / "out/.dr-master.lock").exists()
 
 
 @pytest.mark.parametrize("last, goal", [
@@ -181,16 +187,21 @@ def test_one_folder_for_two_renders(tmp_path):
     first.send_signal(signal.SIGINT)
     assert finish(first)[0] == 13 and value_of(tmp_path / "out/result.exr") == 2
     # What the first left does not mix with what comes now.
-    (tmp_path / "out/image-0044.exr").write_bytes(b"old")
     (tmp_path / "out/mine.exr").write_bytes(b"mine")
     # Nor does it vanish before there is something new.
     status, events, _ = finish(start_render(tmp_path, "--server", "127.0.2.98"))
     assert (status, events[-1]["event"]) == (3, "end") and value_of(tmp_path / "out/result.exr") == 2
     status, events, _ = finish(start_render(tmp_path, "--server", other.address))
     assert status == 0 and any(
-        "Removed 4 files of an earlier render" in event.get("text", "") for event in events)
+        "Removed 3 files of an earlier render" in event.get("text", "") for event in events)
     assert {path.name for path in (tmp_path / "out").iterdir()} == {
         "image-0001.exr", "mine.exr", "result.exr", "result.png"}
+    # Somebody else's are nobody's to remove, whatever their names.
+    stranger = tmp_path / "out/image-0044.exr"
+    stranger.write_bytes(b"old")
+    status, events, errors = finish(start_render(tmp_path, "--server", other.address))
+    assert (status, events) == (9, []) and "'image-0044.exr' in the folder 'out' is not" in errors
+    assert stranger.read_bytes() == b"old" and value_of(tmp_path / "out/result.exr") == 9
 
 
 def test_no_node_left(tmp_path):

@@ -10,6 +10,7 @@
 #include "farm/Frame.h"
 #include "farm/HalfFloat.h"
 #include "farm/RunningMean.h"
+#include "farm/VainJobs.h"
 
 using namespace Orvane;
 
@@ -71,6 +72,17 @@ TEST(Frame, AnOutvotedImageStaysUntilOthersAreWhole) {
     EXPECT_EQ(frame.take(usual, mismatch).forgotten, 1);
     EXPECT_EQ(frame.result().count(), 1);
     EXPECT_EQ(frame.result().mean().planes.front(), (std::vector<float>{2, 3}));
+}
+
+TEST(VainJobs, LeaveHopeForOneThatOutlastsThem) {
+    using std::chrono::seconds;
+    VainJobs jobs;
+    for (const int time : {20, 50, 30}) {
+        EXPECT_TRUE(jobs.leaveHope(seconds(1)));
+        jobs.add(seconds(time));
+    }
+    EXPECT_FALSE(jobs.leaveHope(seconds(50)));
+    EXPECT_TRUE(jobs.leaveHope(seconds(51)));
 }
 
 TEST(FrameList, RangesAndSteps) {

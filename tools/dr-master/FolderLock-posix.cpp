@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 
 #include "OutputFolder.h"
@@ -53,8 +54,28 @@ FolderLock::FolderLock(const std::filesystem::path& folder) : native(std::make_u
 }
 
 FolderLock::~FolderLock() {
-    unlink(native->path.c_str());
+    if (!staysThere)
+        unlink(native->path.c_str());
     close(native->descriptor);
+}
+
+std::string FolderLock::text() const {
+    std::string all;
+    std::array<char, 4096> part{};
+    ssize_t got = 0;
+    while ((got = pread(native->descriptor, part.data(), part.size(),
+                        static_cast<off_t>(all.size()))) > 0)
+        all.append(part.data(), static_cast<std::size_t>(got));
+    return all;
+}
+
+bool FolderLock::append(const std::string& more) {
+    return lseek(native->descriptor, 0, SEEK_END) >= 0 &&
+           write(native->descriptor, more.data(), more.size()) == static_cast<ssize_t>(more.size());
+}
+
+bool FolderLock::clear() {
+    return ftruncate(native->descriptor, 0) == 0;
 }
 
 }  // namespace Orvane

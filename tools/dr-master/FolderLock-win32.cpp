@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <array>
+
 #include "OutputFolder.h"
 
 namespace Orvane {
@@ -12,8 +14,8 @@ struct FolderLock::Native {
 
 FolderLock::FolderLock(const std::filesystem::path& folder) : native(std::make_unique<Native>()) {
     const auto path = folder / lockName;
-    native->file = CreateFileW(path.c_str(), GENERIC_WRITE | DELETE, 0, nullptr, OPEN_ALWAYS,
-                               FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    native->file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr,
+                               OPEN_ALWAYS, FILE_ATTRIBUTE_HIDDEN, nullptr);
     if (native->file != INVALID_HANDLE_VALUE)
         return;
     // Access denied is also what a file gives that is about to go.
@@ -22,7 +24,33 @@ FolderLock::FolderLock(const std::filesystem::path& folder) : native(std::make_u
 }
 
 FolderLock::~FolderLock() {
+    FILE_DISPOSITION_INFO gone{TRUE};
+    if (!staysThere)
+        SetFileInformationByHandle(native->file, FileDispositionInfo, &gone, sizeof(gone));
     CloseHandle(native->file);
+}
+
+std::string FolderLock::text() const {
+    std::string all;
+    std::array<char, 4096> part{};
+    DWORD got = 0;
+    SetFilePointer(native->file, 0, nullptr, FILE_BEGIN);
+    while (ReadFile(native->file, part.data(), static_cast<DWORD>(part.size()), &got, nullptr) &&
+           got > 0)
+        all.append(part.data(), got);
+    return all;
+}
+
+bool FolderLock::append(const std::string& more) {
+    const auto size = static_cast<DWORD>(more.size());
+    DWORD written = 0;
+    SetFilePointer(native->file, 0, nullptr, FILE_END);
+    return WriteFile(native->file, more.data(), size, &written, nullptr) && written == size;
+}
+
+bool FolderLock::clear() {
+    SetFilePointer(native->file, 0, nullptr, FILE_BEGIN);
+    return SetEndOfFile(native->file) != 0;
 }
 
 }  // namespace Orvane

@@ -48,8 +48,11 @@ Range rangeOf(const std::string& part) {
         isRight = isRight && takeNumber(rest, range.last);
     if (takeMark(rest, 'x'))
         isRight = isRight && takeNumber(rest, range.step);
-    if (!isRight || !rest.empty() || range.last < range.first || range.step < 1)
+    if (!isRight || !rest.empty() || range.step < 1)
         throw wrong(part);
+    if (range.last < range.first)
+        throw Failure(ExitStatus::WrongUsage, "The frames run backwards: " + part,
+                      "Write the first one before the last, as in 1-100.");
     return range;
 }
 

@@ -67,7 +67,10 @@ ImageLayout readLayout(const std::filesystem::path& path);
 void readImage(const std::filesystem::path& path, const std::optional<ImageLayout>& expected,
                ReceivedImage& image);
 
-/// Throws Failure (UnwritableFolder).
-void writeImage(const Image& image, const std::filesystem::path& path);
+/// `files` is noted in the header, unless it is empty. Throws Failure (UnwritableFolder).
+void writeImage(const Image& image, const std::filesystem::path& path,
+                const std::string& files = {});
+/// What writeImage() noted; empty for any other file.
+std::string notedFiles(const std::filesystem::path& path);
 
 }  // namespace Orvane

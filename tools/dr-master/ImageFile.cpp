@@ -4,6 +4,7 @@
 #include <ImfInputFile.h>
 #include <ImfOutputFile.h>
 #include <ImfStdIO.h>
+#include <ImfStringAttribute.h>
 
 #include <fstream>
 
@@ -21,6 +22,8 @@ constexpr int largestSide = 1 << 16;
 /// Beauty and many light and utility passes; the bookkeeping for each of millions would take all
 /// memory too.
 constexpr std::size_t mostChannels = 1024;
+
+constexpr const char* filesAttribute = "renderFiles";
 
 /// What the library needs to know to move one channel.
 template <typename Sample>
@@ -89,17 +92,20 @@ auto withFile(const std::filesystem::path& path, const Read& read) {
     }
 }
 
-Imf::Header headerOf(const ImageLayout& layout) {
+Imf::Header headerOf(const ImageLayout& layout, const std::string& files) {
     Imf::Header header(layout.displayWindow, layout.dataWindow, layout.pixelAspectRatio);
     for (const auto& channel : layout.channels)
         header.channels().insert(channel.name,
                                  Imf::Channel(Imf::FLOAT, channel.xSampling, channel.ySampling));
+    if (!files.empty())
+        header.insert(filesAttribute, Imf::StringAttribute(files));
     return header;
 }
 
-void writePixels(const Image& image, std::ofstream& stream, const std::string& name) {
+void writePixels(const Image& image, const std::string& files, std::ofstream& stream,
+                 const std::string& name) {
     Imf::StdOFStream target(stream, name.c_str());
-    Imf::OutputFile file(target, headerOf(image.layout));
+    Imf::OutputFile file(target, headerOf(image.layout, files));
     Imf::FrameBuffer buffer;
     for (std::size_t i = 0; i < image.planes.size(); ++i) {
         const auto& channel = image.layout.channels[i];
@@ -121,12 +127,12 @@ void readImage(const std::filesystem::path& path, const std::optional<ImageLayou
     withFile(path, [&](Imf::InputFile& file) { readPixels(file, expected, image); });
 }
 
-void writeImage(const Image& image, const std::filesystem::path& path) {
+void writeImage(const Image& image, const std::filesystem::path& path, const std::string& files) {
     const std::string name = path.filename().string();
     std::string reason = "the disk may be full";
     std::ofstream stream(path, std::ios::binary);
     try {
-        writePixels(image, stream, name);
+        writePixels(image, files, stream, name);
         // The library's destructor keeps quiet about a table that it could not write.
         stream.close();
         if (stream)
@@ -135,6 +141,18 @@ void writeImage(const Image& image, const std::filesystem::path& path) {
         reason = error.what();
     }
     throw Failure(ExitStatus::UnwritableFolder, "'" + name + "' cannot be written: " + reason);
+}
+
+std::string notedFiles(const std::filesystem::path& path) {
+    try {
+        return withFile(path, [](Imf::InputFile& file) {
+            const auto* noted =
+                file.header().findTypedAttribute<Imf::StringAttribute>(filesAttribute);
+            return noted != nullptr ? noted->value() : std::string();
+        });
+    } catch (const Failure&) {
+        return {};
+    }
 }
 
 }  // namespace Orvane

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstdio>
 #include <regex>
+#include <sstream>
 
 #include "NativePath.h"
 #include "OrvaneCore/Exception.h"
@@ -26,7 +27,7 @@ std::string shown(const fs::path& folder) {
     return text.append("'");
 }
 
-fs::path made(const fs::path& folder) {
+fs::path created(const fs::path& folder) {
     std::error_code failed;
     fs::create_directories(folder, failed);
     if (!fs::is_directory(folder, failed))
@@ -40,9 +41,13 @@ std::string imageName(const std::string& label, int number) {
     return label + digits.data();
 }
 
-/// Such names are given by nobody but this program.
-bool isOfARender(const std::string& name) {
-    static const std::regex pattern(R"((image|node-.+)-\d{4,}\.exr|result\.(exr|png))");
+constexpr const char* resultName = "result.exr";
+constexpr const char* pictureName = "result.png";
+
+/// Others may give such names too.
+bool isNameOfAStill(const std::string& name) {
+    static const std::regex pattern(R"((image|node-.+)-\d{4,}\.exr|result\.(exr|png))",
+                                    std::regex::icase);
     return std::regex_match(name, pattern);
 }
 
@@ -50,13 +55,28 @@ bool isUnfinished(const std::string& name) {
     return name.starts_with(".dr-") && name.ends_with(unfinishedEnding);
 }
 
-/// Answers how many.
-int removeFiles(const fs::path& folder, bool (*which)(const std::string& name)) {
-    int removed = 0;
+std::string nameOf(const fs::directory_entry& entry) {
+    return toAnsi(pathText(entry.path().filename()));
+}
+
+void removeUnfinished(const fs::path& folder) {
     for (const auto& entry : fs::directory_iterator(folder))
-        if (which(toAnsi(pathText(entry.path().filename()))))
-            removed += fs::remove(entry.path()) ? 1 : 0;
-    return removed;
+        if (isUnfinished(nameOf(entry)))
+            fs::remove(entry.path());
+}
+
+void addNames(const std::string& lines, std::set<std::string>& names) {
+    std::istringstream stream(lines);
+    for (std::string name; std::getline(stream, name);)
+        if (isNameOfAStill(name) && name.find_first_of("/\\:") == std::string::npos)
+            names.insert(name);
+}
+
+std::string linesOf(const std::set<std::string>& names) {
+    std::string lines;
+    for (const std::string& name : names)
+        lines.append(name).append("\n");
+    return lines;
 }
 
 }  // namespace
@@ -86,22 +106,61 @@ std::string fileLabel(const std::string& text) {
 }
 
 OutputFolder::OutputFolder(fs::path imageFolder, std::uint64_t mostKeptBytes)
-    : folder(std::move(imageFolder)), mostBytes(mostKeptBytes), lock(made(folder)) {
+    : folder(std::move(imageFolder)), mostBytes(mostKeptBytes), lock(created(folder)) {
     try {
-        removeFiles(folder, isUnfinished);
+        removeUnfinished(folder);
         const TemporaryPath probe(unfinished("probe"));
         OutputFile(pathText(probe.path())).finish();
     } catch (const std::exception&) {
         throw unwritableFolder(folder);
     }
+    addNames(lock.text(), made);
+    isNoted = made.empty();
+    addNames(notedFiles(folder / resultName), made);
+}
+
+OutputFolder::~OutputFolder() {
+    if (!isNoted)
+        lock.leaveFile();
+}
+
+void OutputFolder::refuseOthers() const {
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        const std::string name = nameOf(entry);
+        if (isNameOfAStill(name) && !made.contains(name))
+            throw Failure(ExitStatus::UnwritableFolder,
+                          "'" + printable(name) + "' in the folder " + shown(folder) +
+                              " is not known to be of an earlier render",
+                          "Move such files away, or name another folder with --output.");
+    }
 }
 
 int OutputFolder::clean() {
+    const std::lock_guard guard(mutex);
+    const auto remove = [this](const std::string& name) {
+        return fs::remove(folder / name) ? 1 : 0;
+    };
     try {
-        return removeFiles(folder, isOfARender);
+        int removed = 0;
+        for (const std::string& name : made)
+            removed += name != resultName ? remove(name) : 0;
+        // Last: it says what the others are.
+        removed += made.contains(resultName) ? remove(resultName) : 0;
+        made.clear();
+        isNoted = lock.clear();
+        return removed;
     } catch (const fs::filesystem_error&) {
         throw unwritableFolder(folder);
     }
+}
+
+void OutputFolder::claim(const std::string& name) {
+    if (made.contains(name))
+        return;
+    isNoted = false;
+    if (!lock.append(name + "\n"))
+        throw unwritableFolder(folder);
+    made.insert(name);
 }
 
 fs::path OutputFolder::unfinished(const std::string& use) const {
@@ -129,21 +188,37 @@ std::string OutputFolder::keep(const fs::path& incoming, const std::string& labe
     if (failed || keptBytes + bytes > mostBytes)
         return {};
     std::string name = imageName(label, numbers[label] + 1);
+    claim(name);
     replace(incoming, name);
     ++numbers[label];
     keptBytes += bytes;
     return name;
 }
 
-void OutputFolder::write(const Image& image, const std::string& stem, bool picture) {
-    const TemporaryPath pixels(unfinished(stem + ".exr"));
-    writeImage(image, pixels.path());
-    replace(pixels.path(), stem + ".exr");
-    if (!picture)
-        return;
-    const TemporaryPath shownPixels(unfinished(stem + ".png"));
+void OutputFolder::write(const Image& image, const std::string& name, const std::string& files) {
+    const TemporaryPath pixels(unfinished(name));
+    writeImage(image, pixels.path(), files);
+    replace(pixels.path(), name);
+}
+
+void OutputFolder::writeFrame(const Image& image, const std::string& name) {
+    write(image, name, {});
+}
+
+void OutputFolder::writeResult(const Image& image) {
+    std::set<std::string> noted;
+    {
+        const std::lock_guard guard(mutex);
+        claim(resultName);
+        claim(pictureName);
+        noted = made;
+    }
+    write(image, resultName, linesOf(noted));
+    const TemporaryPath shownPixels(unfinished(pictureName));
     writePicture(image, pathText(shownPixels.path()));
-    replace(shownPixels.path(), stem + ".png");
+    replace(shownPixels.path(), pictureName);
+    const std::lock_guard guard(mutex);
+    isNoted = noted == made;
 }
 
 }  // namespace Orvane

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 
 #include "ExitStatus.h"
@@ -17,14 +18,21 @@ Failure folderInUse(const std::filesystem::path& folder);
 Failure unwritableFolder(const std::filesystem::path& folder);
 
 /// Where one render writes: nobody else's while this exists, and no file in it under its own name
-/// before it is whole. For any thread. What goes wrong is thrown as Failure (UnwritableFolder).
+/// before it is whole. Which files renders have put there is noted in the lock's file before each
+/// gets its name, and in the result: only those are ever removed. For any thread. What goes wrong
+/// is thrown as Failure (UnwritableFolder).
 class OutputFolder {
   public:
     /// Makes the folder where needed, and finds out whether it can be written before anybody has
     /// rendered for nothing. Received images beyond `mostKeptBytes` in all are not kept.
     OutputFolder(std::filesystem::path imageFolder, std::uint64_t mostKeptBytes);
+    ~OutputFolder();
+    OutputFolder(const OutputFolder&) = delete;
+    OutputFolder& operator=(const OutputFolder&) = delete;
 
-    /// Removes images and results that an earlier render left; answers how many files.
+    /// Throws where files that no render is known to have made have names that a still gives.
+    void refuseOthers() const;
+    /// Removes images and results that earlier renders left; answers how many files.
     int clean();
 
     /// Where an image or a result of this name lies while it comes. `use` tells apart what is
@@ -35,11 +43,15 @@ class OutputFolder {
     std::string keep(const std::filesystem::path& incoming, const std::string& label);
 
     bool has(const std::string& name) const;
-    /// Replaces an earlier one of that name. `picture` writes STEM.png beside STEM.exr.
-    void write(const Image& image, const std::string& stem, bool picture);
+    /// Both replace an earlier one: result.exr and result.png, or the image of that name.
+    void writeResult(const Image& image);
+    void writeFrame(const Image& image, const std::string& name);
 
   private:
     void replace(const std::filesystem::path& from, const std::string& name) const;
+    void write(const Image& image, const std::string& name, const std::string& files);
+    /// With the mutex locked, before a file gets this name.
+    void claim(const std::string& name);
 
     const std::filesystem::path folder;
     const std::uint64_t mostBytes;
@@ -47,6 +59,8 @@ class OutputFolder {
     std::mutex mutex;                    // guards all below
     std::map<std::string, int> numbers;  // of the last image, by label
     std::uint64_t keptBytes = 0;
+    std::set<std::string> made;  // files here, by this render or earlier ones
+    bool isNoted = true;         // all of them, in the result
 };
 
 /// A part of a file name from text that may hold anything.

@@ -14,7 +14,7 @@ constexpr std::chrono::milliseconds pace{100};
 
 std::string resultName(const std::string& frame) {
     std::array<char, 32> name{};
-    std::snprintf(name.data(), name.size(), "frame-%04d", std::stoi(frame));
+    std::snprintf(name.data(), name.size(), "frame-%04d.exr", std::stoi(frame));
     return name.data();
 }
 
@@ -29,7 +29,7 @@ AnimationPlan::AnimationPlan(const std::vector<int>& numbers, FrameGoal frameGoa
         entries.push_back(std::move(entry));
     }
     for (Entry& entry : entries)
-        if (folder.has(resultName(entry.news.frame) + ".exr"))
+        if (folder.has(resultName(entry.news.frame)))
             finish(entry, FrameNews::Outcome::Skipped);
 }
 
@@ -153,7 +153,7 @@ void AnimationPlan::finish(Entry& entry, FrameNews::Outcome outcome) {
 
 bool AnimationPlan::write(const Frame& frame, const std::string& name) {
     try {
-        folder.write(frame.result().mean(), resultName(name), false);
+        folder.writeFrame(frame.result().mean(), resultName(name));
         return true;
     } catch (const Failure& failure) {
         stop();

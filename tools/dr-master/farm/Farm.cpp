@@ -1,14 +1,25 @@
 #include "Farm.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Interruption.h"
 
 namespace Orvane {
 
 void Farm::add(NodeWorker::Node node) {
-    if (!addresses.insert(toAnsi(node.address)).second)
+    // Each costs a thread, and answers to discovery are easily forged.
+    constexpr std::size_t mostNodes = 1000;
+    const std::string address = toAnsi(node.address);
+    if (addresses.contains(address))
         return;
+    if (addresses.size() == mostNodes) {
+        if (!std::exchange(hasTooMany, true))
+            job.view.tell(&FarmView::remark, "More than " + std::to_string(mostNodes) +
+                                                 " nodes: the others are left out");
+        return;
+    }
+    addresses.insert(address);
     workers.push_back(std::make_unique<NodeWorker>(job, std::move(node)));
 }
 

@@ -18,8 +18,8 @@ class Farm {
     /// `patience`: how long to go on while no node takes part.
     Farm(const FarmJob& farmJob, milliseconds patience) : job(farmJob), longestAlone(patience) {}
 
-    /// A node takes part from now on, unless it does already. `address` is dotted, or a name that
-    /// did not resolve.
+    /// A node takes part from now on, unless it does already or too many do. `address` is dotted,
+    /// or a name that did not resolve.
     void add(NodeWorker::Node node);
     /// Sees to the render until the plan is over and every node has ended; calls `onTick` several
     /// times a second. Stops the plan at Ctrl-C, and when no node is left.
@@ -42,6 +42,7 @@ class Farm {
     const FarmJob& job;
     const milliseconds longestAlone;
     std::set<std::string> addresses;
+    bool hasTooMany = false;  // said so
     Frame::Clock::time_point lastCompany = Frame::Clock::now();
     std::optional<Failure> failed;
     std::vector<std::unique_ptr<NodeWorker>> workers;  // last: they use the others

@@ -58,7 +58,7 @@ void NodeJob::awaitTurn(JobSession& session) {
         if (waited >= free && !lease.isBusy.exchange(true))
             show(NodeState::Busy);
     }
-    lease.isStarted = true;
+    lease.begin();
 }
 
 void NodeJob::sendScene(JobSession& session) {
@@ -87,10 +87,12 @@ LeaseEnd NodeJob::collect(JobSession& session) {
     try {
         end = collectImages(session, rules,
                             [&](const TransferWatch& watch) { takeImage(session, watch); });
-    } catch (const Failure&) {
-        // Once there is enough, a node that goes without a word takes nothing along.
+    } catch (const Failure& failure) {
+        // Once there is enough, a node that goes wrong takes nothing along but its last images.
         if (job.plan.wants(lease) || !job.leavesOutDamaged)
             throw;
+        job.view.tell(&FarmView::remark,
+                      status.node + ", when there was enough: " + failure.what());
     }
     if (end == JobEnd::Overdue)
         job.view.tell(&FarmView::remark, status.node + " did not end its job within " +
@@ -140,7 +142,7 @@ void NodeJob::fold(const std::filesystem::path& file, const TransferNews& transf
     });
     noteForgotten(sum.forgotten);
     news.images = sum.images;
-    ++taken;
+    lease.hasImage = true;
     news.noise = lease.frame->noise();
     if (job.keepsImages)
         news.file = job.folder.keep(file, label);

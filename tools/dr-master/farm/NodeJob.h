@@ -16,8 +16,6 @@ class NodeJob {
     /// Throws Failure. Images that came before it have been counted.
     LeaseEnd run(const String& address);
 
-    /// How many images came whole.
-    int images() const { return taken; }
     bool hasDamage() const { return damaged; }
 
   private:
@@ -39,7 +37,6 @@ class NodeJob {
     Lease& lease;
     NodeStatus status;
     Frame::Clock::time_point lastImage;
-    int taken = 0;
     bool damaged = false;
 };
 

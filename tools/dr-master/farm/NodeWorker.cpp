@@ -33,7 +33,8 @@ void NodeWorker::run() {
 
 bool NodeWorker::takesPart() const {
     const std::lock_guard lock(mutex);
-    return current != nullptr && current->isStarted;
+    return current != nullptr && current->isStarted &&
+           (current->hasImage || vain.leaveHope(current->age()));
 }
 
 void NodeWorker::hold(const std::shared_ptr<Lease>& lease) {
@@ -65,18 +66,26 @@ LeaseEnd NodeWorker::attempt(Lease& lease) {
     if (nodeJob.hasDamage())
         damaged = true;
     // A node that did something is not one that is still as wrong as before.
-    if (nodeJob.images() > 0 || !failure)
-        pause = seconds(0);
+    if (lease.hasImage || !failure)
+        noteSuccess();
     if (failure)
-        noteFailure(*failure);
+        noteFailure(*failure, lease);
     return end;
 }
 
-void NodeWorker::noteFailure(const Failure& failure) {
+void NodeWorker::noteSuccess() {
+    pause = seconds(0);
+    const std::lock_guard lock(mutex);
+    vain = {};
+}
+
+void NodeWorker::noteFailure(const Failure& failure, const Lease& lease) {
     pause = std::clamp(2 * pause, firstPause, longestPause);
     {
         const std::lock_guard lock(mutex);
         failed = failure;
+        if (lease.isStarted && !lease.hasImage)
+            vain.add(lease.age());
     }
     showState(NodeState::LeftOut);
     job.view.tell(&FarmView::nodeLeftOut, self.name, failure,

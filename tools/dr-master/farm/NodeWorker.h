@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "farm/NodeJob.h"
+#include "farm/VainJobs.h"
 
 namespace Orvane {
 
@@ -29,7 +30,7 @@ class NodeWorker {
     NodeWorker& operator=(const NodeWorker&) = delete;
 
     const Node& node() const { return self; }
-    /// Whether the node has answered and works.
+    /// Whether the node has answered and works, and something may come of it.
     bool takesPart() const;
     bool hasEnded() const { return over; }
     bool hasDamage() const { return damaged; }
@@ -43,7 +44,8 @@ class NodeWorker {
     bool render(const std::shared_ptr<Lease>& lease);
     void hold(const std::shared_ptr<Lease>& lease);
     LeaseEnd attempt(Lease& lease);
-    void noteFailure(const Failure& failure);
+    void noteSuccess();
+    void noteFailure(const Failure& failure, const Lease& lease);
     void sleep(seconds time);
     void showState(NodeState state);
 
@@ -52,9 +54,10 @@ class NodeWorker {
     std::atomic<bool> damaged = false;
     std::atomic<bool> over = false;
     seconds pause{0};
-    mutable std::mutex mutex;  // guards the next two
+    mutable std::mutex mutex;  // guards the next three
     std::optional<Failure> failed;
     std::shared_ptr<Lease> current;
+    VainJobs vain;
     std::thread thread;  // last: it uses the others
 };
 

@@ -63,7 +63,10 @@ class Render {
         : order(renderOrder),
           folder(order.folder, order.mostKeptBytes),
           view(viewFor(order)),
-          pace(order.longestSilence, order.isForOneNode()) {}
+          pace(order.longestSilence, order.isForOneNode()) {
+        if (order.frames.empty())
+            folder.refuseOthers();
+    }
 
     void run() {
         try {
@@ -140,7 +143,7 @@ class Render {
         if (!failure && order.isForOneNode() && farm.hasDamage())
             failure = notAllWhole();
         if (images > 0) {
-            folder.write(frame.result().mean(), "result", true);
+            folder.writeResult(frame.result().mean());
             view.tell(&FarmView::resultWritten, images, frame.noise(), true);
         }
         end(failure, {});

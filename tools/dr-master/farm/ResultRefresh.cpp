@@ -38,7 +38,7 @@ void ResultRefresh::write() {
     if (images == written)
         return;
     try {
-        folder.write(frame.result().mean(), "result", true);
+        folder.writeResult(frame.result().mean());
         written = images;
         view.tell(&FarmView::resultWritten, images, frame.noise(), false);
     } catch (const std::exception& failure) {

@@ -14,10 +14,23 @@ struct Lease {
     const std::shared_ptr<Frame> frame;
     /// The node has answered: from now on a failure is one of the frame too.
     std::atomic<bool> isStarted = false;
+    /// When it did.
+    std::atomic<Frame::Clock::time_point> start{};
+    /// An image of the node has been counted.
+    std::atomic<bool> hasImage = false;
     /// The node lets the frame wait behind another master's job.
     std::atomic<bool> isBusy = false;
     /// Another node has been given the frame.
     std::atomic<bool> isRevoked = false;
+
+    void begin() {
+        start = Frame::Clock::now();
+        isStarted = true;
+    }
+    std::chrono::milliseconds age() const {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(Frame::Clock::now() -
+                                                                     start.load());
+    }
 };
 
 enum class LeaseEnd {
