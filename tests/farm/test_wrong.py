@@ -199,11 +199,11 @@ def test_one_folder_for_two_renders(tmp_path):
     # Somebody else's are nobody's to remove, whatever their names.
     stranger = tmp_path / "out/image-0044.exr"
     stranger.write_bytes(b"old")
-    (tmp_path / "out/image-0002.exr").write_bytes(b"old")
-    status, events, _ = finish(start_render(tmp_path, "--server", other.address, "--images", "2"))
+    (tmp_path / "out/result.exr").unlink()
+    status, events, _ = finish(start_render(tmp_path, "--server", other.address))
     assert status == 0 and any("2 images in the folder are not known" in event.get("text", "")
                                for event in events)
-    assert stranger.read_bytes() == b"old" and value_of(tmp_path / "out/image-0003.exr") == 9
+    assert stranger.read_bytes() == b"old" and value_of(tmp_path / "out/image-0002.exr") == 9
 
 
 def test_no_node_left(tmp_path):
