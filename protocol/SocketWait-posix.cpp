@@ -10,20 +10,11 @@
 #include <system_error>
 #include <vector>
 
+#include "protocol/PollTime.h"
+
 namespace Orvane {
 
 namespace {
-
-int millisecondsUntil(SocketClock::time_point deadline) {
-    using std::chrono::milliseconds;
-    constexpr milliseconds longest = std::chrono::hours(24);
-    const auto now = SocketClock::now();
-    if (deadline <= now)
-        return 0;
-    // Rounded up, or the last millisecond would be spent spinning.
-    return static_cast<int>(
-        std::min(std::chrono::ceil<milliseconds>(deadline - now), longest).count());
-}
 
 short eventsOf(WaitFor purpose) {
     switch (purpose) {
