@@ -2,7 +2,9 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
@@ -65,6 +67,20 @@ std::optional<std::uint64_t> freeSpace(const String& folder) {
     if (statvfs(toAnsi(folder).c_str(), &found) != 0 || found.f_blocks == 0)
         return std::nullopt;
     return static_cast<std::uint64_t>(found.f_bavail) * found.f_frsize;
+}
+
+void reserve(std::FILE* stream, std::int64_t bytes) {
+    struct statfs found {};
+    // In memory it only makes each page twice.
+    if (fstatfs(fileno(stream), &found) != 0 || found.f_type == TMPFS_MAGIC)
+        return;
+    (void)fallocate(fileno(stream), FALLOC_FL_KEEP_SIZE, 0, bytes);
+}
+
+void returnReserved(std::FILE* stream) {
+    struct stat found {};
+    if (fstat(fileno(stream), &found) == 0)
+        (void)!ftruncate(fileno(stream), found.st_size);
 }
 
 bool exists(const String& path) {

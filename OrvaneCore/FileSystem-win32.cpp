@@ -116,6 +116,15 @@ std::optional<std::uint64_t> freeSpace(const String& folder) {
     return available.QuadPart;
 }
 
+void reserve(std::FILE* stream, std::int64_t bytes) {
+    FILE_ALLOCATION_INFO room{};
+    room.AllocationSize.QuadPart = bytes;
+    SetFileInformationByHandle(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))),
+                               FileAllocationInfo, &room, sizeof room);
+}
+
+void returnReserved(std::FILE* /*the system does, when it is closed*/) {}
+
 bool isRegularFile(const String& path) {
     WIN32_FIND_DATAW found{};
     return findEntry(path, found) && (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;

@@ -29,6 +29,12 @@ std::int64_t fileSize(const String& path);
 std::int64_t fileSize(std::FILE* stream);
 /// Bytes that this user may still write in the folder; nothing when it cannot be had.
 std::optional<std::uint64_t> freeSpace(const String& folder);
+/// Takes room for an open file up to this size, so that writing need not find it piece by piece.
+/// Its size stays, and a file system that has no such thing, or no room, goes on without. The
+/// stream's writes have all reached the file.
+void reserve(std::FILE* stream, std::int64_t bytes);
+/// Gives back what reserve() took behind the file's end.
+void returnReserved(std::FILE* stream);
 /// Whatever it is; a link that leads nowhere is nothing.
 bool exists(const String& path);
 bool isRegularFile(const String& path);

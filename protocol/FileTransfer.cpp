@@ -128,11 +128,28 @@ OutputFile::OutputFile(const String& filePath)
 }
 
 OutputFile::~OutputFile() {
-    if (stream != nullptr)
-        std::fclose(stream);
+    if (stream == nullptr)
+        return;
+    if (reserved > moved)
+        FileSystem::returnReserved(stream);
+    std::fclose(stream);
+}
+
+void OutputFile::announce(std::int64_t size) {
+    announced = size;
+}
+
+void OutputFile::reserveFor(std::int64_t end) {
+    // A peer that announces a full disk, and then sends next to nothing, keeps no more than this.
+    constexpr std::int64_t ahead = std::int64_t{64} << 20;
+    if (end <= reserved || end >= announced)
+        return;
+    reserved = std::min(announced, end + ahead);
+    FileSystem::reserve(stream, reserved);
 }
 
 void OutputFile::write(const void* bytes, std::size_t size) {
+    reserveFor(moved + static_cast<std::int64_t>(size));
     if (std::fwrite(bytes, 1, size, stream) != size)
         throw fileException(name);
     moved += static_cast<std::int64_t>(size);
@@ -241,6 +258,7 @@ int receiveFile(Connection& connection, const String& path, TransferProgress pro
     Course course(connection, size, progress, argument);
     if (!fitsOnDisk(size, path))
         throw fileException(path);
+    file.announce(size);
     const int result = receiveChunks(connection, file, course);
     if (result == 0)
         file.finish();

@@ -49,15 +49,22 @@ class OutputFile {
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
+    /// How long the file will be, as a peer says: it gets its room on the disk ahead of its bytes,
+    /// a little at a time.
+    void announce(std::int64_t size);
     void write(const void* bytes, std::size_t size);
     /// Closes and throws if the last bytes did not reach the file.
     void finish();
     std::int64_t bytesMoved() const { return moved; }
 
   private:
+    void reserveFor(std::int64_t end);
+
     String name;
     std::FILE* stream;
     std::int64_t moved = 0;
+    std::int64_t announced = 0;
+    std::int64_t reserved = 0;
 };
 
 /// Called when the size is known and whenever bytes went, with the bytes moved so far and the size.
