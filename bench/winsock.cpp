@@ -47,8 +47,8 @@ void sendAll(SOCKET socket, const char* bytes, DWORD size) {
     }
 }
 
-DWORD receiveSome(SOCKET socket, char* bytes, std::int64_t size) {
-    const auto most = static_cast<int>(std::min<std::int64_t>(size, loopBytes));
+DWORD receiveSome(SOCKET socket, char* bytes, std::int64_t size, DWORD atOnce = loopBytes) {
+    const auto most = static_cast<int>(std::min<std::int64_t>(size, atOnce));
     const int got = recv(socket, bytes, most, 0);
     if (got <= 0)
         throw std::runtime_error("recv failed");
@@ -124,11 +124,13 @@ void sendFromMemory(Orvane::Connection& connection, std::int64_t size) {
         sendAll(socket, block.data(), loopBytes);
 }
 
+/// In large pieces, so that the sender is the slower end.
 void drop(Orvane::Connection& connection) {
+    constexpr DWORD atOnce = 16 * loopBytes;
     const SOCKET socket = blocking(connection);
-    std::vector<char> chunk(loopBytes);
+    std::vector<char> piece(atOnce);
     for (std::int64_t left = receiveSize(socket); left > 0;)
-        left -= receiveSome(socket, chunk.data(), left);
+        left -= receiveSome(socket, piece.data(), left, atOnce);
 }
 
 void ourSend(Orvane::Connection& connection) {

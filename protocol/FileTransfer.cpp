@@ -13,6 +13,13 @@ namespace Orvane {
 namespace {
 
 constexpr auto chunkBytes = static_cast<std::int64_t>(fileChunkBytes);
+constexpr std::size_t bufferBytes = 8 * fileChunkBytes;
+
+/// Page by page out of a file's pages or into them; one of twice the size is now and then half as
+/// fast.
+struct alignas(4096) Buffer {
+    std::array<char, bufferBytes> bytes;
+};
 
 /// Of one file: how far it is and how long the next bytes may take. Each chunk has the connection's
 /// time-out from when the one before it was through.
@@ -173,14 +180,14 @@ int sendFile(Connection& connection, const String& path) {
 namespace {
 
 int sendCopies(Connection& connection, InputFile& file, Course& course) {
-    constexpr std::size_t atOnce = 4 * fileChunkBytes;
-    const auto buffer = std::make_unique_for_overwrite<char[]>(atOnce);
+    const auto aligned = std::make_unique_for_overwrite<Buffer>();
+    char* const buffer = aligned->bytes.data();
     while (course.left() > 0) {
-        const std::size_t bytes = course.leftUpTo(atOnce);
-        file.read(buffer.get(), bytes);
+        const std::size_t bytes = course.leftUpTo(bufferBytes);
+        file.read(buffer, bytes);
         for (std::size_t done = 0; done < bytes;) {
             const std::size_t sent =
-                connection.writeSome(buffer.get() + done, bytes - done, course.nextLook());
+                connection.writeSome(buffer + done, bytes - done, course.nextLook());
             if (sent == 0 && !(connection.isAlive() && course.isInTime()))
                 return 1;
             done += sent;
@@ -214,13 +221,6 @@ int sendFile(Connection& connection, InputFile& file, TransferProgress progress,
 
 namespace {
 
-constexpr std::size_t receiveBytes = 8 * fileChunkBytes;
-
-/// Page by page into the file's pages; a buffer of twice the size is now and then half as fast.
-struct alignas(4096) ReceiveBuffer {
-    std::array<char, receiveBytes> bytes;
-};
-
 /// A chunk is in the file as a whole even if it did not come as one: the rest is what a buffer of
 /// one chunk would still hold of the chunk before.
 void fillUpChunk(OutputFile& file, const char* buffer, const Course& course) {
@@ -228,18 +228,18 @@ void fillUpChunk(OutputFile& file, const char* buffer, const Course& course) {
     const std::size_t missing =
         course.leftUpTo(static_cast<std::size_t>(chunkBytes - at % chunkBytes));
     const auto before = static_cast<std::size_t>(at < chunkBytes ? at : at - chunkBytes);
-    file.write(buffer + before % receiveBytes, missing);
+    file.write(buffer + before % bufferBytes, missing);
 }
 
 /// Each piece goes to the file as it comes, so that the sender fills the socket again meanwhile.
 int receiveChunks(Connection& connection, OutputFile& file, Course& course) {
-    const auto aligned = std::make_unique_for_overwrite<ReceiveBuffer>();
+    const auto aligned = std::make_unique_for_overwrite<Buffer>();
     char* const buffer = aligned->bytes.data();
     // Zeros, so that what a short read leaves in the file is never memory of this process.
     std::fill_n(buffer, fileChunkBytes, '\0');
     while (course.left() > 0) {
-        const std::size_t at = static_cast<std::size_t>(course.moved()) % receiveBytes;
-        const std::size_t got = connection.readSome(buffer + at, course.leftUpTo(receiveBytes - at),
+        const std::size_t at = static_cast<std::size_t>(course.moved()) % bufferBytes;
+        const std::size_t got = connection.readSome(buffer + at, course.leftUpTo(bufferBytes - at),
                                                     course.nextDeadline());
         if (got == 0) {
             fillUpChunk(file, buffer, course);
