@@ -16,6 +16,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "bench/BareSocket.h"
 #include "bench/Figures.h"
@@ -173,7 +174,6 @@ struct Transfer {
 
 /// Moves the file once, each end on a thread of its own.
 Transfer transfer(const Settings& settings, End sending, End receiving, const std::string& target) {
-    std::remove(target.c_str());
     Receiver receiver(receiving);
     Sender sender(sending);
     receiver.accept();
@@ -190,6 +190,8 @@ Transfer transfer(const Settings& settings, End sending, End receiving, const st
     receivingThread.join();
     sendingThread.join();
     done.rate = settings.bytes() / secondsSince(start);
+    // Now, so that its pages are nothing that the next one has to do with.
+    std::remove(target.c_str());
     return done;
 }
 
@@ -243,16 +245,26 @@ void compareWithBareLoops(const Settings& settings) {
     EndFigures toDisk;
     EndFigures toMemory;
     Pairs both;
-    const auto receive = [&](EndFigures& figures, const std::string& target) {
-        figures.addReceiving(receiveAlone(settings, End::Product, target),
-                             receiveAlone(settings, End::BareLoop, target));
-    };
     for (int i = 0; i < settings.rounds; ++i) {
-        sending.addSending(sendAlone(settings, End::Product), sendAlone(settings, End::BareLoop));
+        // Either goes first in turn, so that what was before does not always count against one.
+        const auto pair = [&](const auto& measure) {
+            const bool oursFirst = i % 2 == 0;
+            const Transfer first = measure(oursFirst ? End::Product : End::BareLoop);
+            const Transfer second = measure(oursFirst ? End::BareLoop : End::Product);
+            return oursFirst ? std::pair{first, second} : std::pair{second, first};
+        };
+        const auto receive = [&](EndFigures& figures, const std::string& target) {
+            const auto [ours, bare] =
+                pair([&](End end) { return receiveAlone(settings, end, target); });
+            figures.addReceiving(ours, bare);
+        };
+        const auto [ours, bare] = pair([&](End end) { return sendAlone(settings, end); });
+        sending.addSending(ours, bare);
         receive(toDisk, settings.diskTarget());
         receive(toMemory, settings.target());
-        both.add(transfer(settings, End::Product, End::Product, settings.diskTarget()).rate,
-                 transfer(settings, End::BareLoop, End::BareLoop, settings.diskTarget()).rate);
+        const auto [oursBoth, bareBoth] =
+            pair([&](End end) { return transfer(settings, end, end, settings.diskTarget()); });
+        both.add(oursBoth.rate, bareBoth.rate);
     }
     constexpr double goal = 0.6;
     sending.print(settings, "sendFile alone", goal);
