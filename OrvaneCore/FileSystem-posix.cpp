@@ -51,6 +51,14 @@ bool isBeingWritten(const String& path) {
     return refused;
 }
 
+Reading openUnlessInUse(const String& path) {
+    std::FILE* const stream = openFile(path, "rb", Sharing::DenyWriters);
+    if (stream == nullptr || !isBeingWritten(path))
+        return {stream, false};
+    std::fclose(stream);
+    return {nullptr, true};
+}
+
 std::int64_t fileSize(const String& path) {
     const auto found = status(path);
     return found ? static_cast<std::int64_t>(found->st_size) : -1;

@@ -94,6 +94,15 @@ bool isBeingWritten(const String& path) {
     return false;
 }
 
+Reading openUnlessInUse(const String& path) {
+    const std::wstring name = longPath(path);
+    const HANDLE file = CreateFileW(name.c_str(), accessOf("rb"), shareMode(Sharing::DenyWriters),
+                                    nullptr, creationOf("rb"), FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return {nullptr, GetLastError() == ERROR_SHARING_VIOLATION};
+    return {streamOf(file, "rb"), false};
+}
+
 std::int64_t fileSize(const String& path) {
     const HANDLE file = CreateFileW(longPath(path).c_str(), FILE_READ_ATTRIBUTES,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,

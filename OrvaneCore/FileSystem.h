@@ -22,6 +22,12 @@ enum class Sharing { All, DenyWriters, DenyAll };
 std::FILE* openFile(const String& path, const char* mode, Sharing sharing);
 /// Whether somebody has the file open for writing, where the platform can tell.
 bool isBeingWritten(const String& path);
+struct Reading {
+    std::FILE* stream = nullptr;  ///< as openFile() opens it with "rb" and DenyWriters
+    bool isInUse = false;         ///< why there is none: somebody writes the file, or renames it
+};
+/// Asked in one go with the opening: a moment later a file that was in use may be so no more.
+Reading openUnlessInUse(const String& path);
 
 /// Bytes, or -1 when it cannot be had.
 std::int64_t fileSize(const String& path);

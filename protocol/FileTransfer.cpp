@@ -4,7 +4,6 @@
 #include <array>
 #include <memory>
 
-#include "OrvaneCore/Exception.h"
 #include "OrvaneCore/FileSystem.h"
 #include "protocol/Timeouts.h"
 
@@ -89,15 +88,13 @@ bool fitsOnDisk(std::int64_t size, const String& path) {
 
 }  // namespace
 
-InputFile::InputFile(const String& filePath)
-    : name(filePath),
-      stream(FileSystem::openFile(filePath, "rb", FileSystem::Sharing::DenyWriters)) {
-    if (stream == nullptr)
+InputFile::InputFile(const String& filePath) : name(filePath) {
+    const FileSystem::Reading opened = FileSystem::openUnlessInUse(name);
+    if (opened.isInUse)
+        throw FileInUse(name);
+    if (opened.stream == nullptr)
         throw fileException(name);
-    if (FileSystem::isBeingWritten(name)) {
-        std::fclose(stream);
-        throw fileException(name);
-    }
+    stream = opened.stream;
     leaveBufferingOut(stream);
     bytes = FileSystem::fileSize(stream);
 }

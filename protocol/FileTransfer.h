@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "OrvaneCore/Exception.h"
 #include "OrvaneCore/FileSystem.h"
 #include "protocol/Connection.h"
 
@@ -13,8 +14,14 @@ namespace Orvane {
 /// is another matter.
 constexpr std::size_t fileChunkBytes = 0x10000;
 
-/// A file opened for sending; refuses one that somebody is still writing, where the platform can
-/// tell. Throws the file exception on a failed open or a short read.
+/// The file exception for a file that somebody is still writing: not yet a failure.
+class FileInUse : public Exception {
+  public:
+    explicit FileInUse(const String& path) : Exception(fileException(path)) {}
+};
+
+/// A file opened for sending. Throws FileInUse for one that somebody is still writing, where the
+/// platform can tell, and the file exception on a failed open or a short read.
 class InputFile {
   public:
     explicit InputFile(const String& filePath);
@@ -35,7 +42,7 @@ class InputFile {
 
   private:
     String name;
-    std::FILE* stream;
+    std::FILE* stream = nullptr;
     std::int64_t bytes = -1;
     std::int64_t moved = 0;
 };

@@ -80,6 +80,8 @@ ImageRelay::Result ImageRelay::relayDump(const String& path) {
         sent = file.identity();
         if (!announceAndSend(file))
             return {Outcome::MasterLost, {}};
+    } catch (const FileInUse&) {
+        return {Outcome::LeftForLater, {}};
     } catch (const Exception& failure) {
         return {Outcome::LeftForLater, failure.getMessage()};
     }
@@ -99,7 +101,7 @@ void ImageRelay::leaveForLater(const String& path, const String& reason, Waiting
     const auto before = waiting.find(key);
     bool& isKnown = left[key] = before != waiting.end() && before->second;
     // Most are images that the plug-in is still writing, which is nothing to talk about.
-    if (isKnown || FileSystem::isBeingWritten(path))
+    if (isKnown || reason.isEmpty())
         return;
     isKnown = true;
     log.log(String("Sending file to remote side failed: ") + reason);

@@ -37,7 +37,7 @@ class ImageRelay {
     enum class Outcome { Sent, LeftForLater, MasterLost };
     struct Result {
         Outcome outcome;
-        String reason;  ///< of LeftForLater
+        String reason;  ///< of LeftForLater; none while somebody still writes the image
     };
     /// Images that the last pass had to leave, by path: whether the log knows of the reason.
     using Waiting = std::map<std::u16string, bool>;

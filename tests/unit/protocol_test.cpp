@@ -157,6 +157,10 @@ TEST_F(Streams, FilesTravelWhole) {
     std::ofstream("sent.bin", std::ios::binary) << "abc";
     EXPECT_EQ(sendFile(*nearEnd, "sent.bin"), 0);
     EXPECT_EQ(receive(11), std::string("\3\0\0\0\0\0\0\0abc", 11));
+    {
+        const std::ofstream writer("sent.bin", std::ios::binary | std::ios::app);
+        EXPECT_THROW((void)sendFile(*nearEnd, "sent.bin"), FileInUse);
+    }
     EXPECT_THROW((void)sendFile(*nearEnd, "no such file"), Exception);
     EXPECT_THROW((void)receiveFile(*nearEnd, "no folder/file"), Exception);
 }
