@@ -86,9 +86,7 @@ void reserve(std::FILE* stream, std::int64_t bytes) {
 }
 
 void returnReserved(std::FILE* stream) {
-    struct stat found {};
-    if (fstat(fileno(stream), &found) == 0)
-        (void)!ftruncate(fileno(stream), found.st_size);
+    (void)!ftruncate(fileno(stream), fileSize(stream));
 }
 
 bool exists(const String& path) {

@@ -58,6 +58,10 @@ std::FILE* streamOf(HANDLE file, const char* mode) {
     return stream;
 }
 
+HANDLE handleOf(std::FILE* stream) {
+    return reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)));
+}
+
 DWORD attributes(const String& path) {
     return GetFileAttributesW(longPath(path).c_str());
 }
@@ -128,8 +132,7 @@ std::optional<std::uint64_t> freeSpace(const String& folder) {
 void reserve(std::FILE* stream, std::int64_t bytes) {
     FILE_ALLOCATION_INFO room{};
     room.AllocationSize.QuadPart = bytes;
-    SetFileInformationByHandle(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))),
-                               FileAllocationInfo, &room, sizeof room);
+    SetFileInformationByHandle(handleOf(stream), FileAllocationInfo, &room, sizeof room);
 }
 
 void returnReserved(std::FILE* /*the system does, when it is closed*/) {}
@@ -203,7 +206,7 @@ std::optional<Identity> identityOf(const String& path) {
 }
 
 std::optional<Identity> identityOf(std::FILE* stream) {
-    return identityOf(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))));
+    return identityOf(handleOf(stream));
 }
 
 bool deleteFile(const String& path, const Identity& file) {

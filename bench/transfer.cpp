@@ -174,6 +174,8 @@ struct Transfer {
 
 /// Moves the file once, each end on a thread of its own.
 Transfer transfer(const Settings& settings, End sending, End receiving, const std::string& target) {
+    // One that another tool has left, which to cut to nothing takes its time.
+    std::remove(target.c_str());
     Receiver receiver(receiving);
     Sender sender(sending);
     receiver.accept();

@@ -88,12 +88,12 @@ TEST(DrConfig, VersionLines) {
 
 TEST(LaunchCommand, KeepsItsPiecesAndOrder) {
     DrConfig config;
-    config.dataFolder = "C:/work/drData/";
-    const std::string scene = "C:/work/drData//received_scene_1.max";
+    config.dataFolder = "C:/node/drData/";
+    const std::string scene = "C:/node/drData//received_scene_1.max";
     const std::string common =
-        "3dsmaxcmd.exe\" \"" + scene + "\" -o:\"C:/work/drData//dr_out.png\" -frames:";
+        "3dsmaxcmd.exe\" \"" + scene + "\" -o:\"C:/node/drData//dr_out.png\" -frames:";
     const std::string options = " -continueOnError -gammaCorrection:1 -rfw:1 -sf -v:5 ";
-    const std::string log = " >> \"C:/work/drData//MaxLog.txt\"";
+    const std::string log = " >> \"C:/node/drData//MaxLog.txt\"";
     for (const std::string folder : {"C:/Max/", "C:\\Max\\"})
         EXPECT_EQ(toAnsi(launchCommand(folder, scene, config, {"max2014", "", "0"})),
                   "echo Starting 3ds max DR... && \"" + folder + common + "0" + options + log);
