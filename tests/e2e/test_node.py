@@ -1,5 +1,6 @@
 """A node's life: what it reads and writes at start, how it is found, how it ends."""
 
+import contextlib
 import os
 import re
 import resource
@@ -10,11 +11,10 @@ from pathlib import Path
 
 import pytest
 from harness import (
-    DISCOVERY, END_RENDER, LOOPBACK, MASTER, ONLINE, PATIENCE, SERVER, Master, Node, eventually, image,
-    platform, seen)
+    DISCOVERY, END_RENDER, LOOPBACK, MASTER, ONLINE, PATIENCE, REPLY, SERVER, Master, Node, eventually,
+    image, platform, seen)
 
 CAPTION = "Orvane DR Server Error\n"
-REPLY = b"<OrvaneDrDiscovery>\n\t<Reply>ok</Reply>\n</OrvaneDrDiscovery>\n\0"
 
 
 def port_in_use(what, port):
@@ -291,8 +291,11 @@ def test_receipts_and_figures(node):
 
 def test_twenty_jobs_leave_nothing_open(node):
     def descriptors():
-        folder = f"/proc/{node.server.pid}/fd"
-        return {name: os.readlink(f"{folder}/{name}") for name in os.listdir(folder)}
+        found = {}
+        for entry in Path(f"/proc/{node.server.pid}/fd").iterdir():
+            with contextlib.suppress(FileNotFoundError):  # closed while this looks
+                found[entry.name] = os.readlink(entry)
+        return found
 
     node.ready(*ONLINE, "hear", "dump dumpA.exr 1000", "gone dumpA.exr", "close")
     before = {}
@@ -331,4 +334,4 @@ def test_file_watches_used_up(node):
             assert master.image() == image(10)
             master.send(END_RENDER)
             assert master.at_end()
-    assert node.final_log().count("Cannot watch the data folder: images may take two seconds longer\n") == 1
+    assert node.final_log().count("Cannot watch the data folder: images may take 2 seconds longer\n") == 1
