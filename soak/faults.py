@@ -149,6 +149,7 @@ def no_process_left(node):
         master.job()
         assert master.at_end()
     assert re.search("Cannot start the command interpreter: .+\nGot no response", node.final_log())
+    assert node.receipts()[-1]["outcome"] == "host-not-started"
 
 
 def host_hangs_and_is_killed(node):

@@ -67,12 +67,14 @@ class Session:
 
     def windows(self, title):
         """The visible windows of servers that have this title, the youngest last."""
-        search = subprocess.run(["xdotool", "search", "--onlyvisible", "--class", "dr-server"],
-                                capture_output=True, check=False)
-        if search.stderr:  # a window went away while it looked
-            return self.windows(title)
-        return [window for window in search.stdout.decode().split()
-                if " ".join(xdo("getwindowname", window)) == title]
+        def seen():
+            search = subprocess.run(["xdotool", "search", "--onlyvisible", "--class", "dr-server"],
+                                    capture_output=True, check=False)
+            # It complains when a window went away while it looked.
+            return None if search.stderr else [search.stdout.decode().split()]
+
+        (windows,) = eventually(seen, "windows that stay while they are looked at")
+        return [window for window in windows if " ".join(xdo("getwindowname", window)) == title]
 
     def shows(self, title, count=1):
         """Waits until there are so many windows of a title; answers the youngest."""

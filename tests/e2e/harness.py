@@ -30,6 +30,7 @@ ONLINE = ["connect", "hear", "say " + PLUGIN_ANSWER]
 END_RENDER = b"<OrvaneDrCommand>\n\t<Command>EndRender</Command>\n</OrvaneDrCommand>\n\0"
 DUMP_EXR = END_RENDER.replace(b"EndRender", b"DumpExr")
 PING = b"<OrvaneDrDiscovery><Request>2014</Request></OrvaneDrDiscovery>\0"
+REPLY = b"<OrvaneDrDiscovery>\n\t<Reply>ok</Reply>\n</OrvaneDrDiscovery>\n\0"
 WELCOME = b"<OrvaneDrRemote>\n\t<HandshakeResponse>ok</HandshakeResponse>\n</OrvaneDrRemote>\n\0"
 
 

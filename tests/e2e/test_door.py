@@ -6,7 +6,7 @@ import socket
 
 import pytest
 from harness import (
-    DISCOVERY, END_RENDER, ONLINE, PING, WELCOME, Master, image, request, scene_bytes, seen)
+    DISCOVERY, END_RENDER, ONLINE, PING, REPLY, WELCOME, Master, image, request, scene_bytes, seen)
 
 LEFT = "Left before its turn: the master from 127.0.0.1\n"
 
@@ -161,7 +161,7 @@ def test_masters_who_may_come(node, lines, in_force, error):
         assert master.image() == image(10)  # the plug-in comes from 127.0.0.1
         master.send(END_RENDER)
         assert waiting.receive(len(WELCOME)) == WELCOME
-    assert answers(PING, "127.0.1.200").endswith(b"</OrvaneDrDiscovery>\n\0")
+    assert answers(PING, "127.0.1.200") == REPLY
     log = node.final_log()
     assert f"Masters that may come: {in_force}\n" in log
     assert ("Error in the config file\n" in log) == error

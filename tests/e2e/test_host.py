@@ -4,17 +4,9 @@ import os
 import signal
 
 import pytest
-from harness import END_RENDER, ONLINE, Master, Node, eventually, image, platform, seen
+from harness import END_RENDER, ONLINE, Master, Node, eventually, image, platform, seen, whole_job
 
 PLAN = [*ONLINE, "dump dumpA.exr 300", "hear", "close"]
-
-
-def whole_job():
-    with Master() as master:
-        master.job()
-        assert master.image() == image(300)
-        master.send(END_RENDER)
-        assert master.at_end()
 
 
 def host_log(node):

@@ -16,7 +16,8 @@ import zlib
 import pytest
 from conftest import bring_up_loopback
 from harness import (
-    DUMP_EXR, END_RENDER, HOST, MASTER, ONLINE, PATIENCE, SERVER, WELCOME, Node, seen)
+    DUMP_EXR, END_RENDER, HOST, MASTER, ONLINE, PATIENCE, SERVER, WELCOME, Node, platform,
+    seen)
 
 MASTER_PROGRAM = shlex.split(os.environ["ORVANE_MASTER"])
 NETWORK = "10.7.0."
@@ -210,7 +211,10 @@ class PlayedNode(threading.Thread):
     def play(self, link):
         handshake = b""
         while not handshake.endswith(b"\0"):
-            handshake += link.recv(65536)
+            part = link.recv(65536)
+            if not part:
+                return  # only a look
+            handshake += part
         self.frame = int(handshake.partition(b"<FrameName>")[2].partition(b"<")[0])
         link.sendall(WELCOME)
         (size,) = struct.unpack("<q", link.recv(8, socket.MSG_WAITALL))
@@ -251,6 +255,7 @@ def finish(process):
     out, errors = process.stdout.read(), process.stderr.read()
     status = process.wait()
     watchdog.cancel()
+    assert not platform.reports_damage(errors), errors
     return status, [json.loads(line) for line in out.splitlines()], errors
 
 

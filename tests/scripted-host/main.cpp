@@ -230,7 +230,8 @@ class Host {
         {"await",  // NAME: the test has put this file beside the plan
          [this](const auto& name) { waitUntil(name, [&] { return exists(folder + name); }); }},
         {"mark", [this](const auto& name) { writeWhole(folder + name, ""); }},
-        {"print", [](const auto& text) { std::cout << text << std::endl; }},
+        {"print",
+         [](const auto& text) { check((std::cout << text << std::endl).good(), "cannot print"); }},
         {"complain", [](const auto& text) { std::cerr << text << std::endl; }},
         {"input", method(&Host::input)},
         {"shell", [](const auto& line) { check(std::system(line.c_str()) == 0, line); }},
