@@ -4,6 +4,8 @@
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
+#include "protocol/Timeouts.h"
+
 namespace Orvane::SocketSetup {
 
 namespace {
@@ -37,9 +39,9 @@ void claimPort(SocketHandle listener) {
 void tuneConnection(SocketHandle connection) {
     setOption(connection, IPPROTO_TCP, TCP_NODELAY, 1);
     setOption(connection, SOL_SOCKET, SO_KEEPALIVE, 1);
-    setOption(connection, IPPROTO_TCP, TCP_KEEPIDLE, 60);
-    setOption(connection, IPPROTO_TCP, TCP_KEEPINTVL, 10);
-    setOption(connection, IPPROTO_TCP, TCP_KEEPCNT, 6);
+    setOption(connection, IPPROTO_TCP, TCP_KEEPIDLE, Timeouts::keepAliveIdleSeconds);
+    setOption(connection, IPPROTO_TCP, TCP_KEEPINTVL, Timeouts::keepAlivePeriodSeconds);
+    setOption(connection, IPPROTO_TCP, TCP_KEEPCNT, Timeouts::keepAliveProbes);
 }
 
 int moreFollowsFlag() {

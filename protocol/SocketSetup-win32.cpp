@@ -5,6 +5,8 @@
 
 #include <mstcpip.h>
 
+#include "protocol/Timeouts.h"
+
 namespace Orvane::SocketSetup {
 
 namespace {
@@ -60,7 +62,8 @@ void claimPort(SocketHandle listener) {
 
 void tuneConnection(SocketHandle connection) {
     setOption(connection, IPPROTO_TCP, TCP_NODELAY, 1);
-    tcp_keepalive keepAlive{1, 60000, 10000};  // milliseconds; ten probes are the system's number
+    tcp_keepalive keepAlive{1, 1000 * Timeouts::keepAliveIdleSeconds,
+                            1000 * Timeouts::keepAlivePeriodSeconds};  // milliseconds
     DWORD returned = 0;
     WSAIoctl(native(connection), SIO_KEEPALIVE_VALS, &keepAlive, sizeof(keepAlive), nullptr, 0,
              &returned, nullptr, nullptr);

@@ -2,8 +2,6 @@
 
 #include <thread>
 
-#include "protocol/Timeouts.h"
-
 namespace Orvane {
 
 namespace {
@@ -45,6 +43,7 @@ void DumpFolder::remove(const String& path, const FileSystem::Identity& image) {
 void DumpFolder::remove(const String& path, const FileSystem::Identity& image,
                         const Stopwatch& watch) {
     constexpr std::chrono::seconds longest{10};
+    constexpr std::chrono::milliseconds pollPeriod{200};
     FileSystem::deleteFile(path, image);
     log.log(String("Removed file: ") + path);
     while (isThere(path, image)) {
@@ -54,7 +53,7 @@ void DumpFolder::remove(const String& path, const FileSystem::Identity& image,
             return;
         }
         log.log(String("Waiting for file deletion: ") + path);
-        std::this_thread::sleep_for(Timeouts::deletionPoll);
+        std::this_thread::sleep_for(pollPeriod);
         FileSystem::deleteFile(path, image);
     }
 }

@@ -1,12 +1,15 @@
 #include "server/RelayWakeup.h"
 
+#include "protocol/Timeouts.h"
+
 namespace Orvane {
 
 void RelayWakeup::watch(const String& folder) {
     if (startWatching(folder) || toldOfSlowness)
         return;
     toldOfSlowness = true;
-    log.log("Cannot watch the data folder: images may take two seconds longer");
+    log.log(String("Cannot watch the data folder: images may take ") +
+            Str::toWString(Timeouts::endRenderPollSeconds) + " seconds longer");
 }
 
 }  // namespace Orvane
