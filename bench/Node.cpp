@@ -90,22 +90,22 @@ void Node::start() {
     using Orvane::masterPort;
     fs::remove_all(dataFolder());
     fs::create_directories(dataFolder());
-    std::ofstream(dataFolder() + "/DrConfig-1.00.txt") << "2014 " << folder << "/host\n";
+    std::ofstream(dataFolder() + "/DrConfig-1.00.txt") << hostYear << " " << folder << "/host\n";
     server = std::make_unique<Process>(
         [this] { runProgram(programFile(programs, serverName), folder); });
     while (!isListening(loopbackPort) || !isDatagramPortBound(discoveryPort))
         std::this_thread::sleep_for(std::chrono::microseconds(500));
     while (!isListening(masterPort))
         std::this_thread::sleep_for(std::chrono::microseconds(500));
-    shakeHands(connectTo(masterPort), "max2010");
+    shakeHands(connectTo(masterPort), missingHostYear);
 }
 
-std::string masterHandshake(const std::string& hostVersion) {
-    return onTheWire(Orvane::MasterHandshake{{hostVersion, "", "0"}}.text());
+std::string masterHandshake(std::int32_t year) {
+    return onTheWire(Orvane::MasterHandshake{{Orvane::sceneReleaseText(year), "", "0"}}.text());
 }
 
-void shakeHands(const Descriptor& master, const std::string& hostVersion) {
-    sendAll(master, masterHandshake(hostVersion));
+void shakeHands(const Descriptor& master, std::int32_t year) {
+    sendAll(master, masterHandshake(year));
     receiveMessage(master);
 }
 
@@ -135,7 +135,7 @@ double HostAlone::end(Descriptor& host) const {
 Job::Job(const Node& node, const std::function<void(const Descriptor&)>& sendScene) {
     const auto start = Clock::now();
     master = connectTo(Orvane::masterPort);
-    shakeHands(master, "max2014");
+    shakeHands(master, hostYear);
     sendScene(master);
     host = node.awaitHost();
     hostStartSeconds = secondsSince(start);

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "OrvaneCore/HostReleases.h"
 #include "bench/BareSocket.h"
 #include "bench/Process.h"
 
@@ -55,10 +56,14 @@ std::string programFile(const std::string& programs, const std::string& name);
 void runProgram(const std::string& program, const std::string& folder,
                 const std::string& argument = {});
 
-/// What a master sends first, for a scene of a host release such as "max2014".
-std::string masterHandshake(const std::string& hostVersion);
+/// The release that a node has, and one that it refuses.
+constexpr std::int32_t hostYear = 2014;
+constexpr std::int32_t missingHostYear = Orvane::firstHostYear - 1;
+
+/// What a master sends first, for a scene of a host release.
+std::string masterHandshake(std::int32_t year);
 /// The same, with its zero byte, up to the answer.
-void shakeHands(const Descriptor& master, const std::string& hostVersion);
+void shakeHands(const Descriptor& master, std::int32_t year);
 
 /// A job, from the master's connect on.
 struct Job {

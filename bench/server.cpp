@@ -138,7 +138,7 @@ double handshakeTime(const std::function<Descriptor()>& connect, const std::stri
 void measureHandshake(const Settings& settings) {
     Node node(settings.programs, settings.nodeFolder());
     node.start();
-    const std::string handshake = masterHandshake("max2010");
+    const std::string handshake = masterHandshake(missingHostYear);
     Pairs pairs;
     for (int i = 0; i < settings.rounds(200); ++i) {
         Reference reference(echo);
@@ -238,7 +238,7 @@ void measureManyDumps(const Settings& settings) {
 /// closes when the server does.
 double turnaround(Job& job) {
     const Descriptor next = connectTo(Orvane::masterPort);
-    sendAll(next, masterHandshake("max2010"));
+    sendAll(next, masterHandshake(missingHostYear));
     const auto start = Clock::now();
     job.end();
     receiveMessage(next);
@@ -320,7 +320,7 @@ void measureCrowd(const Settings& settings) {
     constexpr int strangersDuringJob = 1000;
     Node node(settings.programs, settings.nodeFolder());
     node.start();
-    const std::string handshake = masterHandshake("max2010");
+    const std::string handshake = masterHandshake(missingHostYear);
     const auto toServer = [] { return connectTo(Orvane::masterPort); };
     Pairs answers;
     std::vector<double> ends;

@@ -6,8 +6,8 @@ using namespace Orvane;
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const String text = toWide(bytesOf(data, size));
-    MasterHandshake::read(text);
-    DiscoveryRequest::read(text);
+    (void)MasterHandshake::read(text);
+    (void)DiscoveryRequest::read(text);
     messageHas(text, "", "", "");
     try {
         toAnsi(DrMessage::parse(text).print());
@@ -17,7 +17,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     // text ends at its first zero.
     const String value = toWide(bytesOf(data, size).substr(0, bytesOf(data, size).find('\0')));
     const bool blank = toAnsi(value).find_first_not_of(" \t\r\n") == std::string::npos;
-    mustHold(messageHas(buildMessage(Tag::command, "Command", value), Tag::command, "Command",
-                        blank ? String() : value));
+    mustHold(messageHas(buildMessage(Tag::command, Tag::commandChild, value), Tag::command,
+                        Tag::commandChild, blank ? String() : value));
     return 0;
 }

@@ -143,7 +143,8 @@ TEST(TextFileReader, ReadsLinesOfAnyLength) {
         EXPECT_EQ(toAnsi(line), expected);
     }
     reader.readLine(line);
-    EXPECT_TRUE(line.isEmpty() && reader.atEnd());
+    EXPECT_EQ(line, String());
+    EXPECT_TRUE(reader.atEnd());
     const char* const message = "Cannot open/read/write file 'no folder/caf\xE9'";
     try {
         reader.open("no folder/caf\xE9");
@@ -168,11 +169,16 @@ TEST(FileSystem, HasNoLimitForPaths) {
     ASSERT_NE(stream, nullptr);
     std::fputs("image", stream);
     std::fclose(stream);
-    EXPECT_TRUE(isFolder(folder) && isRegularFile(file) && !isRegularFile(folder));
+    EXPECT_TRUE(isFolder(folder));
+    EXPECT_TRUE(isRegularFile(file));
+    EXPECT_FALSE(isRegularFile(folder));
     EXPECT_EQ(fileSize(file), 5);
-    EXPECT_TRUE(copyFile(file, folder + "/copy") && freeSpace(folder));
+    EXPECT_TRUE(copyFile(file, folder + "/copy"));
+    EXPECT_TRUE(freeSpace(folder).has_value());
     EXPECT_EQ(Listing(folder, "du").next()->name, String("dump1.exr"));
-    EXPECT_TRUE(deleteFile(file) && !isRegularFile(file) && deleteFile(folder + "/copy"));
+    EXPECT_TRUE(deleteFile(file));
+    EXPECT_FALSE(isRegularFile(file));
+    EXPECT_TRUE(deleteFile(folder + "/copy"));
 }
 
 TEST(RegistryFile, FindsEntriesWhateverTheirCase) {

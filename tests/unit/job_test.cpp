@@ -50,9 +50,11 @@ TEST(DrConfig, HostSettings) {
     DrConfig config;
     EXPECT_EQ(config.hostPatience.count(), 900);
     load(config, "HostPatience = 60\nHOSTPRIORITY=Low\n");
-    EXPECT_TRUE(config.hostPatience.count() == 60 && config.hostHasLowPriority);
+    EXPECT_EQ(config.hostPatience.count(), 60);
+    EXPECT_TRUE(config.hostHasLowPriority);
     load(config, "hostpatience=0\nHostPriority = normal\n");
-    EXPECT_TRUE(config.hostPatience.count() == 0 && !config.hostHasLowPriority);
+    EXPECT_EQ(config.hostPatience.count(), 0);
+    EXPECT_FALSE(config.hostHasLowPriority);
     for (const char* bad : {"HostPatience", "HostPatience = ", "HostPatience = -1",
                             "HostPatience = 5 s", "HostPatience 5", "HostPriority = high"}) {
         load(config, std::string(bad) + "\nRetainEXR = true\n");
@@ -142,7 +144,9 @@ TEST(JobPlan, ListsOfFramesMayBeAsLongAsTheCommandLine) {
 
 TEST(DrConfig, MastersByAddressAndNetwork) {
     MasterList list;
-    EXPECT_TRUE(list.admits("10.0.0.1") && list.admits("") && !list.isRestricted());
+    EXPECT_FALSE(list.isRestricted());
+    EXPECT_TRUE(list.admits("10.0.0.1"));
+    EXPECT_TRUE(list.admits(""));
     EXPECT_TRUE(list.add(" 10.1.2.3/8\t192.168.7.3 172.16.0.0/12 10.0.0.0/8"));
     EXPECT_EQ(toAnsi(list.text()), "10.0.0.0/8 192.168.7.3 172.16.0.0/12");
     for (const char* address : {"10.0.0.0", "10.255.255.255", "192.168.7.3", "172.31.0.1"})
@@ -157,7 +161,8 @@ TEST(DrConfig, MastersByAddressAndNetwork) {
         EXPECT_FALSE(bad.add(entry) || bad.admits("10.0.0.1")) << entry;
     }
     MasterList everybody;
-    EXPECT_TRUE(everybody.add("0.0.0.0/0") && everybody.admits("255.1.2.3"));
+    EXPECT_TRUE(everybody.add("0.0.0.0/0"));
+    EXPECT_TRUE(everybody.admits("255.1.2.3"));
 }
 
 }  // namespace

@@ -77,7 +77,7 @@ void play(std::deque<ScriptedCalls::Turn> turns) {
 }
 
 TEST(Discovery, AnErrorCostsOneDatagramAndNobodyElseHisAnswer) {
-    const std::string ping = "<OrvaneDrDiscovery><Request>2014</Request></OrvaneDrDiscovery>";
+    const std::string ping = toAnsi(DiscoveryRequest{2014}.text());
     std::deque<ScriptedCalls::Turn> turns;
     const auto add = [&](asio::error_code error, const std::string& bytes, const char* sender) {
         turns.push_back({error, bytes, sender});

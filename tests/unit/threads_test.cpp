@@ -94,7 +94,6 @@ TEST(Debug, ReportsAssertsUntilTheyAreIgnored) {
     EXPECT_EQ(reports.at(1), String("File: b.cpp\r\nLine: 1\r\nCondition: y\r\nVar 1: 1.5"));
     Debug::reportAssertVars("b.cpp", 1, "y", Debug::noValue, -2);
     EXPECT_TRUE(Str::endsWith(reports.at(2), u"Condition: y\r\nVar 2: -2"));
-    EXPECT_EQ(Debug::noValue, 2.2250738585072014e-308);
     nextChoice = AssertChoice::IgnoreAll;
     EXPECT_EQ(reportsOf(3), 1U);
     EXPECT_EQ(reportsOf(4), 0U);
