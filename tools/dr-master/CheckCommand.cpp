@@ -30,7 +30,7 @@ using std::chrono::milliseconds;
 /// As long as a refusal may be on its way; a computer that is off lets a caller wait longer.
 constexpr milliseconds refusalPatience{2000};
 
-/// A free server answers at once; one that was just left by a bogus master within five seconds.
+/// A free server answers at once. One with many strangers may be busy with them for so long.
 constexpr std::chrono::seconds handshakePatience{Timeouts::masterHandshakeSeconds + 1};
 /// One answer may be lost with its ping, or be late.
 constexpr milliseconds pingWindow = 3 * Timeouts::discoveryPoll;
@@ -151,10 +151,7 @@ class Check {
 
     void checkHandshake(Finding& finding) {
         const auto start = Clock::now();
-        // The server answers first and looks at the version then; no host is ever started for this.
-        FrameInfo nothingToDo;
-        nothingToDo.hostVersion = "chk0";
-        JobSession session(std::move(connection), nothingToDo);
+        JobSession session(std::move(connection), JobSession::noJob());
         session.requireAnswer(handshakePatience);
         const long long time = millisecondsSince(start);
         finding.figures["milliseconds"] = time;
@@ -169,9 +166,9 @@ class Check {
         describeHosts(finding);
         if (hosts.empty())
             throw noHosts(portIsOpen);
-        if (options.hostVersion && !hosts.contains(*options.hostVersion))
+        if (options.hostYear && !hosts.contains(*options.hostYear))
             throw Failure(ExitStatus::NobodyAnswers,
-                          "No answer for 3ds Max " + std::to_string(*options.hostVersion) +
+                          "No answer for 3ds Max " + std::to_string(*options.hostYear) +
                               ", but for " + finding.text,
                           "Configure the folder of that version in DrConfig-1.00.txt on the node "
                           "and start the DR server again.");
@@ -188,18 +185,19 @@ class Check {
 
     static Failure noHosts(bool portIsOpen) {
         const std::string port = "UDP port " + std::to_string(discoveryPort);
+        const std::string nobody = "No answer for 3ds Max " + std::to_string(firstHostYear) +
+                                   " to " + std::to_string(lastHostYear);
         if (portIsOpen)
-            return {ExitStatus::NobodyAnswers, "No answer for 3ds Max 2011 to 2016",
+            return {ExitStatus::NobodyAnswers, nobody,
                     "The server runs: name its host in DrConfig-1.00.txt and start it again, or "
                     "open " +
                         port + " in the firewall."};
-        return {ExitStatus::NobodyAnswers, "No answer for 3ds Max 2011 to 2016",
-                "Nothing shows that a DR server runs there."};
+        return {ExitStatus::NobodyAnswers, nobody, "Nothing shows that a DR server runs there."};
     }
 
     int versionOfJob() const {
-        if (options.hostVersion)
-            return *options.hostVersion;
+        if (options.hostYear)
+            return *options.hostYear;
         return hosts.empty() ? firstHostYear : hosts.begin()->first;
     }
 

@@ -96,7 +96,7 @@ class CommandLine {
     void addDiscover() {
         auto* command = add("discover", "List the DR servers that answer",
                             succeeding(discoverServers, discover));
-        command->add_option("--host-version", discover.hostVersion,
+        command->add_option("--host-version", discover.hostYear,
                             std::string(yearHelp) + " (default: all)");
         addAddresses(*command, discover.addresses);
         command->add_option("--seconds", discover.seconds, "how long to listen")
@@ -117,7 +117,7 @@ class CommandLine {
         auto* command = add("render", "Render a scene on one DR server, or on many",
                             succeeding(renderScene, render));
         command->add_option("scene", render.scene, "scene file")->required();
-        command->add_option("--host-version", render.hostVersion, yearHelp)->required();
+        command->add_option("--host-version", render.hostYear, yearHelp)->required();
         addRenderNodes(*command);
         auto* frame =
             command->add_option("--frame", render.frame, "frame or frames")->capture_default_str();
@@ -187,7 +187,7 @@ class CommandLine {
                          "look at the folder of this computer's server instead");
         node->require_option(1);
         command->add_option("--job", check.scene, "also render one image of this scene");
-        command->add_option("--host-version", check.hostVersion,
+        command->add_option("--host-version", check.hostYear,
                             std::string(yearHelp) + " that the node must have");
         command->add_option("--job-seconds", check.jobSeconds, "how long the job may take")
             ->check(duration())

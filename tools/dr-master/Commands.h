@@ -11,7 +11,7 @@
 namespace Orvane {
 
 struct DiscoverOptions {
-    std::optional<int> hostVersion;      ///< all
+    std::optional<int> hostYear;         ///< all
     std::vector<std::string> addresses;  ///< all networks
     double seconds = 2;
 };
@@ -22,7 +22,7 @@ struct RenderOptions {
     std::string server;                  ///< with no nodes either: the first that answers discovery
     std::string nodes;                   ///< "all", or names with commas between them
     std::vector<std::string> addresses;  ///< where to look for all nodes; empty: on all networks
-    int hostVersion = 0;
+    int hostYear = 0;
     std::string frame = "0";
     std::string frames;  ///< of an animation
     std::string camera;
@@ -42,7 +42,7 @@ struct CheckOptions {
     std::string server;
     std::string folder;  ///< looked at instead of a server
     std::string scene;   ///< empty: no job
-    std::optional<int> hostVersion;
+    std::optional<int> hostYear;
     double jobSeconds = 300;
     bool json = false;
 };

@@ -11,11 +11,11 @@ void discoverServers(const DiscoverOptions& options) {
     const std::chrono::milliseconds window(
         static_cast<long long>(options.seconds * millisecondsPerSecond));
     Discovery search(discoveryTargets(options.addresses),
-                     options.hostVersion ? std::vector{*options.hostVersion} : allReleases());
+                     options.hostYear ? std::vector{*options.hostYear} : allReleases());
     search.listen(window);
     search.unite();
     if (search.nodes().empty())
-        throw nobodyAnswers(options.addresses, options.hostVersion);
+        throw nobodyAnswers(options.addresses, options.hostYear);
     std::vector<std::string> addresses;
     for (const auto& [address, hosts] : search.nodes())
         addresses.push_back(address);

@@ -114,11 +114,11 @@ void Discovery::unite() {
     }
 }
 
-Failure nobodyAnswers(const std::vector<std::string>& given, std::optional<int> hostVersion) {
+Failure nobodyAnswers(const std::vector<std::string>& given, std::optional<int> hostYear) {
     std::string where = "on this machine's networks";
     if (!given.empty())
         where = "at " + printable(given.front()) + (given.size() > 1 ? " and the others" : "");
-    const std::string version = hostVersion ? " for 3ds Max " + std::to_string(*hostVersion) : "";
+    const std::string version = hostYear ? " for 3ds Max " + std::to_string(*hostYear) : "";
     return {ExitStatus::NobodyAnswers, "No DR server " + where + " answers" + version,
             "Is it running, with such a host configured, and does the firewall let UDP port " +
                 std::to_string(discoveryPort) + " through?" +

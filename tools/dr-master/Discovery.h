@@ -68,6 +68,6 @@ class Discovery {
 
 /// For a search that found nobody; `given` as on the command line.
 Failure nobodyAnswers(const std::vector<std::string>& given,
-                      std::optional<int> hostVersion = std::nullopt);
+                      std::optional<int> hostYear = std::nullopt);
 
 }  // namespace Orvane

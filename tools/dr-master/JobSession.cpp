@@ -13,8 +13,6 @@ namespace Orvane {
 
 namespace {
 
-constexpr int connectSeconds = 5;
-
 /// The watch on a transfer, and what it has been told.
 struct Transfer {
     const TransferWatch& watch;
@@ -51,7 +49,7 @@ Failure busy() {
 }  // namespace
 
 std::unique_ptr<Connection> connectToServer(const String& server) {
-    auto connection = Connection::connect(server, masterPort, connectSeconds);
+    auto connection = Connection::connect(server, masterPort, Timeouts::connectSeconds);
     if (connection != nullptr)
         return connection;
     throw Failure(
@@ -62,8 +60,7 @@ std::unique_ptr<Connection> connectToServer(const String& server) {
 
 JobSession::JobSession(std::unique_ptr<Connection> connected, const FrameInfo& job)
     : connection(std::move(connected)) {
-    // A busy server finds this handshake in its queue even when this master has given up. Only a
-    // reset keeps it from starting a host for nobody.
+    // A master that gives up has nothing to say and no use for what is under way.
     connection->resetOnClose(true);
     // A server that has gone is found out by the answer that does not come.
     (void)writeMessage(*connection, MasterHandshake{job}.text(), Timeouts::commandWriteSeconds);

@@ -29,6 +29,10 @@ class JobSession {
     /// Sends the handshake. A server that serves another master reads it when its turn comes.
     JobSession(std::unique_ptr<Connection> connected, const FrameInfo& job);
 
+    /// What to ask for when only the answer counts: the server gives it first and looks at the
+    /// release then, so no host is ever started for this.
+    static FrameInfo noJob() { return {"chk0", {}, {}}; }
+
     /// Whether the handshake has been answered within `longest`. To be called until it is, before
     /// anything else.
     bool awaitAnswer(std::chrono::milliseconds longest);

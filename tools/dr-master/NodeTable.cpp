@@ -13,11 +13,8 @@ namespace {
 
 bool isFree(const std::string& address) {
     constexpr std::chrono::seconds patience{1};
-    // The server answers first and looks at the release then; no host is ever started for this.
-    FrameInfo nothingToDo;
-    nothingToDo.hostVersion = "chk0";
     try {
-        JobSession session(connectToServer(address), nothingToDo);
+        JobSession session(connectToServer(address), JobSession::noJob());
         return session.awaitAnswer(patience);
     } catch (const Failure&) {
         return false;

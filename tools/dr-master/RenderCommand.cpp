@@ -28,12 +28,12 @@ FrameGoal goalOf(const RenderOptions& options) {
     return goal;
 }
 
-std::string firstServer(int hostVersion) {
+std::string firstServer(int hostYear) {
     constexpr std::chrono::seconds window{3};
-    Discovery search(allNetworks(), {hostVersion});
+    Discovery search(allNetworks(), {hostYear});
     search.listen(window, [&search] { return !search.nodes().empty(); });
     if (search.nodes().empty())
-        throw nobodyAnswers({}, hostVersion);
+        throw nobodyAnswers({}, hostYear);
     return search.nodes().begin()->first;
 }
 
@@ -57,7 +57,7 @@ void chooseNodes(const RenderOptions& options, RenderOrder& order) {
         return;
     if (!options.nodes.empty())
         throw Failure(ExitStatus::WrongUsage, "--nodes is either all or names with commas between");
-    order.server = options.server.empty() ? firstServer(options.hostVersion) : options.server;
+    order.server = options.server.empty() ? firstServer(options.hostYear) : options.server;
     // A frame of many is tried again, on the only node too.
     if (!order.frames.empty())
         order.nodes.push_back(std::exchange(order.server, {}));
@@ -69,7 +69,7 @@ void renderScene(const RenderOptions& options) {
     openScene(options.scene);
     RenderOrder order;
     order.scenePath = options.scene;
-    order.hostVersion = options.hostVersion;
+    order.hostYear = options.hostYear;
     order.camera = options.camera;
     order.frame = options.frame;
     if (!options.frames.empty())

@@ -5,8 +5,8 @@
 
 namespace Orvane {
 
-/// The last jobs of a node, as far as it began them and failed without any image.
-class VainJobs {
+/// The last jobs of a node that began and failed without any image.
+class FailedJobs {
   public:
     using milliseconds = std::chrono::milliseconds;
 
@@ -14,8 +14,8 @@ class VainJobs {
         ++count;
         longest = std::max(longest, time);
     }
-    /// Whether something may still come of a job that has gone on for so long without an image.
-    bool leaveHope(milliseconds time) const {
+    /// Whether a job may still bring one that has gone on for so long.
+    bool mayStillSucceed(milliseconds time) const {
         constexpr int most = 3;
         return count < most || time > longest;
     }

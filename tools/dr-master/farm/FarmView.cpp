@@ -2,23 +2,23 @@
 
 namespace Orvane {
 
-const char* nodeStateText(NodeState state) {
+const char* nodePhaseText(NodePhase state) {
     switch (state) {
-        case NodeState::Connecting:
+        case NodePhase::Connecting:
             return "connecting";
-        case NodeState::Busy:
+        case NodePhase::Busy:
             return "busy";
-        case NodeState::Sending:
+        case NodePhase::Sending:
             return "sending";
-        case NodeState::Waiting:
+        case NodePhase::Waiting:
             return "waiting";
-        case NodeState::Rendering:
+        case NodePhase::Rendering:
             return "rendering";
-        case NodeState::Ending:
+        case NodePhase::Ending:
             return "ending";
-        case NodeState::LeftOut:
+        case NodePhase::LeftOut:
             return "left out";
-        case NodeState::Idle:
+        case NodePhase::Idle:
             break;
     }
     return "idle";

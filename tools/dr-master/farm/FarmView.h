@@ -10,7 +10,7 @@
 
 namespace Orvane {
 
-enum class NodeState {
+enum class NodePhase {
     Connecting,
     Busy,     ///< connected; the node serves another master first
     Sending,  ///< the scene is on its way
@@ -21,11 +21,11 @@ enum class NodeState {
     Idle      ///< nothing to do
 };
 /// One word for people and programs.
-const char* nodeStateText(NodeState state);
+const char* nodePhaseText(NodePhase state);
 
 struct NodeStatus {
     std::string node;
-    NodeState state = NodeState::Idle;
+    NodePhase state = NodePhase::Idle;
     std::string frame;       ///< of an animation
     std::int64_t moved = 0;  ///< bytes of the transfer that is on its way, of `size`
     std::int64_t size = 0;

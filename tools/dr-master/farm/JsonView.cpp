@@ -39,7 +39,7 @@ void JsonView::nodeChanged(const NodeStatus& status) {
     if (!isNew && known->second == status.state)
         return;
     known->second = status.state;
-    Json members{{"node", status.node}, {"state", nodeStateText(status.state)}};
+    Json members{{"node", status.node}, {"state", nodePhaseText(status.state)}};
     if (!status.frame.empty())
         members["frame"] = status.frame;
     print("node", members);

@@ -28,7 +28,7 @@ class JsonView : public FarmView {
     void print(const char* event, const nlohmann::ordered_json& members) const;
 
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
-    std::map<std::string, NodeState> states;
+    std::map<std::string, NodePhase> states;
 };
 
 }  // namespace Orvane

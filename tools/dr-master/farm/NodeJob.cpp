@@ -34,7 +34,7 @@ NodeJob::NodeJob(const FarmJob& farmJob, std::string nodeName, std::string image
 
 LeaseEnd NodeJob::run(const String& address) {
     try {
-        show(NodeState::Connecting);
+        show(NodePhase::Connecting);
         JobSession session(connectToServer(address),
                            {job.hostVersion, job.camera, String(lease.frame->text())});
         awaitTurn(session);
@@ -56,14 +56,14 @@ void NodeJob::awaitTurn(JobSession& session) {
         if (job.busyPatience && waited >= *job.busyPatience)
             session.requireAnswer(milliseconds(0));
         if (waited >= free && !lease.isBusy.exchange(true))
-            show(NodeState::Busy);
+            show(NodePhase::Busy);
     }
     lease.begin();
 }
 
 void NodeJob::sendScene(JobSession& session) {
     const auto scene = openScene(job.scenePath);
-    show(NodeState::Sending);
+    show(NodePhase::Sending);
     const auto start = Clock::now();
     session.sendScene(*scene, [this](std::int64_t moved, std::int64_t size) {
         if (!job.plan.wants(lease))
@@ -74,13 +74,13 @@ void NodeJob::sendScene(JobSession& session) {
     job.view.tell(&FarmView::sceneSent, sent);
     lastImage = Clock::now();
     lease.frame->start();
-    show(NodeState::Waiting);
+    show(NodePhase::Waiting);
 }
 
 LeaseEnd NodeJob::collect(JobSession& session) {
     JobRules rules;
     rules.isEnough = [this] { return !job.plan.wants(lease); };
-    rules.onEnd = [this] { show(NodeState::Ending); };
+    rules.onEnd = [this] { show(NodePhase::Ending); };
     rules.longestSilence = [this] { return job.pace.longestSilence(); };
     rules.lastImages = job.lastImages;
     JobEnd end{};
@@ -120,8 +120,8 @@ void NodeJob::takeImage(JobSession& session, const TransferWatch& watch) {
     transfer.seconds = secondsSince(start);
     job.pace.note(std::chrono::duration_cast<milliseconds>(Clock::now() - lastImage));
     lastImage = Clock::now();
-    if (status.state == NodeState::Waiting)
-        show(NodeState::Rendering);
+    if (status.state == NodePhase::Waiting)
+        show(NodePhase::Rendering);
     try {
         fold(incoming.path(), transfer);
     } catch (const Failure& failure) {
@@ -167,7 +167,7 @@ void NodeJob::noteDamage(const std::filesystem::path& file, const Failure& failu
     job.view.tell(&FarmView::imageDamaged, status.node, name, std::string(failure.what()));
 }
 
-void NodeJob::show(NodeState state) {
+void NodeJob::show(NodePhase state) {
     status.state = state;
     status.moved = status.size = 0;
     job.view.tell(&FarmView::nodeChanged, status);

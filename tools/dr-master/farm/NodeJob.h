@@ -29,7 +29,7 @@ class NodeJob {
     void fold(const std::filesystem::path& file, const TransferNews& transfer);
     void noteForgotten(int images);
     void noteDamage(const std::filesystem::path& file, const Failure& failure);
-    void show(NodeState state);
+    void show(NodePhase state);
     void showTransfer(std::int64_t moved, std::int64_t size);
 
     const FarmJob& job;

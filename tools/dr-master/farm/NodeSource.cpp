@@ -21,10 +21,10 @@ NodeSource::NodeSource(const RenderOrder& renderOrder) : order(renderOrder) {
         note(name);
     if (!order.findsNodes)
         return;
-    search.emplace(discoveryTargets(order.searched), std::vector{order.hostVersion});
+    search.emplace(discoveryTargets(order.searched), std::vector{order.hostYear});
     find();
     if (found.empty())
-        throw nobodyAnswers(order.searched, order.hostVersion);
+        throw nobodyAnswers(order.searched, order.hostYear);
     finding = std::thread([this] { goOnFinding(); });
 }
 

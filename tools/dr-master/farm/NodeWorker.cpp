@@ -23,7 +23,7 @@ std::optional<Failure> NodeWorker::lastFailure() const {
 
 void NodeWorker::run() {
     for (;;) {
-        showState(NodeState::Idle);
+        showState(NodePhase::Idle);
         const auto lease = job.plan.take(self.name);
         if (lease == nullptr || (!render(lease) && !self.isTriedAgain))
             break;
@@ -34,7 +34,7 @@ void NodeWorker::run() {
 bool NodeWorker::takesPart() const {
     const std::lock_guard lock(mutex);
     return current != nullptr && current->isStarted &&
-           (current->hasImage || vain.leaveHope(current->age()));
+           (current->hasImage || failedJobs.mayStillSucceed(current->age()));
 }
 
 void NodeWorker::hold(const std::shared_ptr<Lease>& lease) {
@@ -76,7 +76,7 @@ LeaseEnd NodeWorker::attempt(Lease& lease) {
 void NodeWorker::noteSuccess() {
     pause = seconds(0);
     const std::lock_guard lock(mutex);
-    vain = {};
+    failedJobs = {};
 }
 
 void NodeWorker::noteFailure(const Failure& failure, const Lease& lease) {
@@ -85,9 +85,9 @@ void NodeWorker::noteFailure(const Failure& failure, const Lease& lease) {
         const std::lock_guard lock(mutex);
         failed = failure;
         if (lease.isStarted && !lease.hasImage)
-            vain.add(lease.age());
+            failedJobs.add(lease.age());
     }
-    showState(NodeState::LeftOut);
+    showState(NodePhase::LeftOut);
     job.view.tell(&FarmView::nodeLeftOut, self.name, failure,
                   self.isTriedAgain ? pause : seconds(0));
 }
@@ -99,7 +99,7 @@ void NodeWorker::sleep(seconds time) {
         std::this_thread::sleep_for(pace);
 }
 
-void NodeWorker::showState(NodeState state) {
+void NodeWorker::showState(NodePhase state) {
     NodeStatus status;
     status.node = self.name;
     status.state = state;

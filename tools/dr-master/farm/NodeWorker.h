@@ -6,8 +6,8 @@
 #include <optional>
 #include <thread>
 
+#include "farm/FailedJobs.h"
 #include "farm/NodeJob.h"
-#include "farm/VainJobs.h"
 
 namespace Orvane {
 
@@ -47,7 +47,7 @@ class NodeWorker {
     void noteSuccess();
     void noteFailure(const Failure& failure, const Lease& lease);
     void sleep(seconds time);
-    void showState(NodeState state);
+    void showState(NodePhase state);
 
     const FarmJob& job;
     const Node self;
@@ -57,7 +57,7 @@ class NodeWorker {
     mutable std::mutex mutex;  // guards the next three
     std::optional<Failure> failed;
     std::shared_ptr<Lease> current;
-    VainJobs vain;
+    FailedJobs failedJobs;
     std::thread thread;  // last: it uses the others
 };
 

@@ -20,11 +20,11 @@ void complain(const std::string& line) {
 }  // namespace
 
 void PlainView::nodeChanged(const NodeStatus& status) {
-    const auto [known, isNew] = states.try_emplace(status.node, NodeState::Idle);
+    const auto [known, isNew] = states.try_emplace(status.node, NodePhase::Idle);
     if (known->second == status.state)
         return;
     known->second = status.state;
-    if (status.state == NodeState::Busy)
+    if (status.state == NodePhase::Busy)
         say(status.node + ": busy with another master, joins when it is free");
 }
 

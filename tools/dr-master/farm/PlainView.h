@@ -22,7 +22,7 @@ class PlainView : public FarmView {
     void ended(ExitStatus status, const std::vector<FrameNews>& frames) override;
 
   private:
-    std::map<std::string, NodeState> states;
+    std::map<std::string, NodePhase> states;
 };
 
 }  // namespace Orvane

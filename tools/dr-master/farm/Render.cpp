@@ -110,7 +110,7 @@ class Render {
         const bool alone = order.isForOneNode();
         FarmJob job{plan, folder, decoders, pace, view};
         job.scenePath = order.scenePath;
-        job.hostVersion = sceneReleaseText(order.hostVersion);
+        job.hostVersion = sceneReleaseText(order.hostYear);
         job.camera = order.camera;
         job.lastImages = order.lastImages;
         job.isAnimation = !order.frames.empty();

@@ -15,7 +15,7 @@ namespace Orvane {
 /// What is to be rendered, by whom, and when it is enough.
 struct RenderOrder {
     std::string scenePath;
-    int hostVersion = 0;
+    int hostYear = 0;
     std::string camera;
     std::string frame;        ///< of a still
     std::vector<int> frames;  ///< of an animation; empty: a still

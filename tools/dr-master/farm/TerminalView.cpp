@@ -34,9 +34,9 @@ std::string transferText(const NodeStatus& status) {
 }
 
 /// Nodes that work come first: not all may find room.
-bool comesFirst(NodeState state) {
-    return state == NodeState::Sending || state == NodeState::Rendering ||
-           state == NodeState::Ending || state == NodeState::Waiting;
+bool comesFirst(NodePhase state) {
+    return state == NodePhase::Sending || state == NodePhase::Rendering ||
+           state == NodePhase::Ending || state == NodePhase::Waiting;
 }
 
 }  // namespace
@@ -60,9 +60,9 @@ void TerminalView::keep(const std::string& line) {
 
 void TerminalView::nodeChanged(const NodeStatus& status) {
     Row& row = rowOf(status.node);
-    if (status.state == NodeState::Waiting && row.firstWork == Clock::time_point())
+    if (status.state == NodePhase::Waiting && row.firstWork == Clock::time_point())
         row.firstWork = Clock::now();
-    if (status.state == NodeState::Sending)
+    if (status.state == NodePhase::Sending)
         row.remark.clear();
     row.status = status;
 }
@@ -151,10 +151,10 @@ void TerminalView::print(const std::string& line, int width) {
 std::string TerminalView::lineOf(const Row& row) const {
     std::array<char, 400> text{};
     const int share = images > 0 ? 100 * row.images / images : 0;
-    const std::string state = nodeStateText(row.status.state) + transferText(row.status);
+    const std::string state = nodePhaseText(row.status.state) + transferText(row.status);
     const std::string frame = row.status.frame.empty() ? "" : "frame " + row.status.frame;
     const std::string remark =
-        row.status.state == NodeState::LeftOut || row.status.state == NodeState::Connecting
+        row.status.state == NodePhase::LeftOut || row.status.state == NodePhase::Connecting
             ? row.remark
             : frame;
     std::snprintf(text.data(), text.size(), "%-20.40s %-14s %6d images %3d %% %10s %12s  %s",
