@@ -41,7 +41,7 @@ class Command {
 
     /// Runs the line and returns when the interpreter has ended, and all else that it started or a
     /// few seconds later. Once; calls the output target on the calling thread.
-    CommandResult run();
+    [[nodiscard]] CommandResult run();
     /// Ends all processes of the command, which lets run() return. Any thread, at any time.
     void end();
 

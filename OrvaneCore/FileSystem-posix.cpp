@@ -179,7 +179,7 @@ bool append(const String& path, std::string_view bytes) {
     const off_t before = lseek(descriptor, 0, SEEK_END);
     const ssize_t written = write(descriptor, bytes.data(), bytes.size());
     const bool whole = written == static_cast<ssize_t>(bytes.size());
-    // On a full disk a part may have had room. If that cannot be taken back, so be it.
+    // On a full disk a part may have had room. Taking it back may fail as well.
     if (!whole && written > 0 && before >= 0 && ftruncate(descriptor, before) != 0)
         errno = ENOSPC;
     close(descriptor);

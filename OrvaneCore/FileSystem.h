@@ -63,7 +63,7 @@ std::optional<Identity> identityOf(std::FILE* stream);
 bool deleteFile(const String& path, const Identity& file);
 
 /// Replaces an existing target. A copy that fails leaves none.
-bool copyFile(const String& from, const String& to);
+[[nodiscard]] bool copyFile(const String& from, const String& to);
 /// Within one file system. Replaces an existing target; on Windows only while nobody has opened
 /// either file without sharing its deletion.
 bool renameFile(const String& from, const String& to);
@@ -71,7 +71,7 @@ bool renameFile(const String& from, const String& to);
 bool emptyFile(const String& path);
 /// Writes behind the end of a file, which it makes if need be, in one piece: others who do the same
 /// or read see all of it or nothing.
-bool append(const String& path, std::string_view bytes);
+[[nodiscard]] bool append(const String& path, std::string_view bytes);
 /// Makes the last level only.
 bool makeFolder(const String& path);
 /// The process's current folder, without a trailing separator.

@@ -18,7 +18,7 @@ std::size_t slotOf(std::int32_t year) {
 }
 
 constexpr std::u16string_view mastersName = u"masters";
-// In a line that is not understood: a slip in the name, too, must not leave the door open to all.
+// In a line that is not understood: a slip in the name, too, must not let everybody in.
 constexpr std::u16string_view mastersHint = u"master";
 
 String lowerCase(String text) {

@@ -57,7 +57,7 @@ DrMessage DrMessage::parse(const String& text) {
     DrMessage message;
     std::string& copy = message.document->text;
     copy = toAnsi(text);
-    if (std::count(copy.begin(), copy.end(), '<') > mostElements)
+    if (std::count(copy.begin(), copy.end(), '<') > mostOpenings)
         throw MalformedMessage("too many elements");
     try {
         message.document->tree.parse<0>(copy.data());

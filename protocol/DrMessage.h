@@ -20,9 +20,9 @@ extern const char* const endRender;     // command: stop rendering
 extern const char* const dumpExr;       // command: an OpenEXR file follows
 }  // namespace Tag
 
-/// A message has at most this many opening "<" to be parsed. The parser is recursive, and a few
-/// thousand nested elements overflow a worker's stack; a real message has six.
-constexpr int mostElements = 256;
+/// A message with more "<" than this, wherever they stand, is not parsed. The parser is recursive,
+/// and a few thousand nested elements overflow a worker's stack; a real message has at most twelve.
+constexpr int mostOpenings = 256;
 
 /// Thrown for a text that is not worth, or not safe, to parse.
 class MalformedMessage : public std::runtime_error {

@@ -28,13 +28,13 @@ struct DiscoveryRequest {
 
     String text() const;
     /// A year that the server does not know is no request.
-    static std::optional<DiscoveryRequest> read(const String& text);
+    [[nodiscard]] static std::optional<DiscoveryRequest> read(const String& text);
 };
 
 /// Server to master, UDP: this node has it.
 struct DiscoveryReply {
     static String text();
-    static bool read(const String& text);
+    [[nodiscard]] static bool read(const String& text);
 };
 
 /// Master to server: the first message, with the job that is to follow.
@@ -42,13 +42,13 @@ struct MasterHandshake {
     FrameInfo job;
 
     String text() const;
-    static std::optional<MasterHandshake> read(const String& text);
+    [[nodiscard]] static std::optional<MasterHandshake> read(const String& text);
 };
 
 /// Server to master: the scene may come.
 struct MasterWelcome {
     static String text();
-    static bool read(const String& text);
+    [[nodiscard]] static bool read(const String& text);
 };
 
 /// Server to plug-in, which it greets: the job, and the folder for its images.
@@ -57,25 +57,25 @@ struct PluginJob {
     FrameInfo job;
 
     String text() const;
-    static std::optional<PluginJob> read(const String& text);
+    [[nodiscard]] static std::optional<PluginJob> read(const String& text);
 };
 
 /// Plug-in to server: this is the plug-in.
 struct PluginAnswer {
     static String text();
-    static bool read(const String& text);
+    [[nodiscard]] static bool read(const String& text);
 };
 
 /// Server to master: an OpenEXR file follows at once.
 struct DumpExr {
     static String text();
-    static bool read(const String& text);
+    [[nodiscard]] static bool read(const String& text);
 };
 
 /// Master to server, and server to plug-in: stop rendering.
 struct EndRender {
     static String text();
-    static bool read(const String& text);
+    [[nodiscard]] static bool read(const String& text);
 };
 
 }  // namespace Orvane

@@ -41,7 +41,7 @@ void DrServer::openDoor() {
         return;
     }
     showPortInUse("Cannot bind to the remote connection port (TCP ", masterPort);
-    // Without this port there is nothing to live for: the loop ends at once and closes the program.
+    // Without this port no master can come: the loop ends at once and closes the program.
     stopRequested = true;
 }
 

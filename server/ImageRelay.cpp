@@ -100,7 +100,7 @@ void ImageRelay::leaveForLater(const String& path, const String& reason, Waiting
     const std::u16string key(path.view());
     const auto before = waiting.find(key);
     bool& isKnown = left[key] = before != waiting.end() && before->second;
-    // Most are images that the plug-in is still writing, which is nothing to talk about.
+    // Most are images that the plug-in is still writing, which the log need not say.
     if (isKnown || reason.isEmpty())
         return;
     isKnown = true;
@@ -149,7 +149,8 @@ void ImageRelay::retain(const String& path) {
     const String folder = config.dataFolder + "/retainedImages";
     if (!FileSystem::isFolder(folder))
         FileSystem::makeFolder(folder);
-    FileSystem::copyFile(path, unusedName(folder + "/" + getTimestamp(true)));
+    // A copy that fails, most often for want of room, is no reason to stop the job.
+    (void)FileSystem::copyFile(path, unusedName(folder + "/" + getTimestamp(true)));
 }
 
 }  // namespace Orvane

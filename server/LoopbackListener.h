@@ -23,10 +23,9 @@ class LoopbackListener {
     /// than ten seconds: a program that connects again and again must not hold up a job.
     void drainPendingConnections();
     /// Waits a second for a connection, but not for the plug-in of a host that has ended, and, if
-    /// one comes, tells it the job; true when it answers as
-    /// the plug-in does and is now held.
-    bool tryLocalHandshake(const DrConfig& config, const FrameInfo& frameInfo,
-                           const WaitSignal& hostEnd);
+    /// one comes, tells it the job; true when it answers as the plug-in does and is now held.
+    [[nodiscard]] bool tryLocalHandshake(const DrConfig& config, const FrameInfo& frameInfo,
+                                         const WaitSignal& hostEnd);
     /// Written if the plug-in is there to take it, and took the one before.
     void forwardEndRender();
     void closeLocalConnection();

@@ -8,7 +8,7 @@
 namespace Orvane {
 
 /// How many answers an address gets. A datagram's sender can be forged, and four answers to one
-/// ping would make this server a tool against whoever is named. A master asks a few times. One
+/// ping would multiply a flood that is aimed at somebody else. A master asks a few times. One
 /// thread at a time.
 class ReplyLimit {
   public:

@@ -18,7 +18,7 @@ class SceneFile {
 
     /// Receives the scene. False, with the reason in the log, when it cannot be written; after a
     /// transfer that breaks off the job goes on, for the host reports a scene that is not whole.
-    bool download(Connection& master, const JobPlan& plan, JobReceipt& receipt);
+    [[nodiscard]] bool download(Connection& master, const JobPlan& plan, JobReceipt& receipt);
     void remove();
 
     const String& path() const { return file; }

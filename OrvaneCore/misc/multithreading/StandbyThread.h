@@ -40,7 +40,7 @@ class StandbyThread {
     /// Returns when no job runs. A job's effects are visible to the caller afterwards.
     void waitUntilParked();
     /// The same for `longest` at most; true when no job runs.
-    bool waitUntilParked(std::chrono::milliseconds longest);
+    [[nodiscard]] bool waitUntilParked(std::chrono::milliseconds longest);
 
     /// The text of the last fatal message of any StandbyThread.
     static String lastFatalMessage();
