@@ -1,5 +1,6 @@
 #include "server/RelayWakeup.h"
 
+#include "OrvaneCore/Str.h"
 #include "protocol/Timeouts.h"
 
 namespace Orvane {
