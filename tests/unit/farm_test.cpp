@@ -7,10 +7,10 @@
 #include "DiscoveryTargets.h"
 #include "ExitStatus.h"
 #include "FrameList.h"
+#include "farm/FailedJobs.h"
 #include "farm/Frame.h"
 #include "farm/HalfFloat.h"
 #include "farm/RunningMean.h"
-#include "farm/VainJobs.h"
 
 using namespace Orvane;
 
@@ -74,15 +74,15 @@ TEST(Frame, AnOutvotedImageStaysUntilOthersAreWhole) {
     EXPECT_EQ(frame.result().mean().planes.front(), (std::vector<float>{2, 3}));
 }
 
-TEST(VainJobs, LeaveHopeForOneThatOutlastsThem) {
+TEST(FailedJobs, LeaveHopeForOneThatOutlastsThem) {
     using std::chrono::seconds;
-    VainJobs jobs;
+    FailedJobs jobs;
     for (const int time : {20, 50, 30}) {
-        EXPECT_TRUE(jobs.leaveHope(seconds(1)));
+        EXPECT_TRUE(jobs.mayStillSucceed(seconds(1)));
         jobs.add(seconds(time));
     }
-    EXPECT_FALSE(jobs.leaveHope(seconds(50)));
-    EXPECT_TRUE(jobs.leaveHope(seconds(51)));
+    EXPECT_FALSE(jobs.mayStillSucceed(seconds(50)));
+    EXPECT_TRUE(jobs.mayStillSucceed(seconds(51)));
 }
 
 TEST(FrameList, RangesAndSteps) {

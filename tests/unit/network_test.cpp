@@ -7,6 +7,7 @@
 
 #include "protocol/DatagramCalls.h"
 #include "protocol/DatagramSocket.h"
+#include "protocol/Messages.h"
 #include "server/DiscoveryReplier.h"
 #include "tests/unit/StringPrinter.h"
 
