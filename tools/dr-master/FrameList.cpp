@@ -64,6 +64,8 @@ std::vector<int> framesOf(const std::string& text) {
     std::istringstream parts(text);
     for (std::string part; std::getline(parts, part, ',');) {
         const Range range = rangeOf(part);
+        if ((range.last - range.first) / range.step >= static_cast<int>(mostFrames))
+            throw wrong(part);
         // Counted as a wider number: the last frame may be the largest there is.
         for (long long frame = range.first; frame <= range.last; frame += range.step) {
             if (known.insert(static_cast<int>(frame)).second)
