@@ -172,8 +172,9 @@ def test_datagrams_of_all_kinds(node):
 
 def all_datagrams_taken():
     """As the system counts what waits in the server's socket."""
-    (entry,) = re.findall(rf":{DISCOVERY:04X} \S+ \S+ \w+:(\w+)", Path("/proc/self/net/udp").read_text())
-    return int(entry, 16) == 0
+    bound_and_waiting = rf": \w+:{DISCOVERY:04X} \w+:0000 \w+ \w+:(\w+)"
+    (waiting,) = re.findall(bound_and_waiting, Path("/proc/self/net/udp").read_text())
+    return int(waiting, 16) == 0
 
 
 @pytest.mark.linux
