@@ -14,7 +14,7 @@ class FailedJobs {
         ++count;
         longest = std::max(longest, time);
     }
-    /// Whether a job may still bring one that has gone on for so long.
+    /// Whether a job that has gone on for so long may still bring one.
     bool mayStillSucceed(milliseconds time) const {
         constexpr int most = 3;
         return count < most || time > longest;
